@@ -1,0 +1,19 @@
+#pragma once
+
+#include <vector>
+
+#include "app/main_menu.h"
+
+namespace brisel {
+
+// This application as the desktop sees it.
+class ApplicationPort {
+public:
+    virtual ~ApplicationPort() = default;
+    virtual void installMainMenu(const std::vector<Menu>& menus) = 0;
+    virtual void activateIgnoringOtherApps() = 0;
+    virtual bool isActive() const = 0;
+    virtual bool isHidden() const = 0;
+};
+
+}  // namespace brisel

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "platform/main_queue.h"
+
+namespace brisel {
+
+// A load or script failure as WebKit reports it. `domain` is one of the names below or any
+// other text; `code` is the platform's integer code.
+struct WebError {
+    std::string domain;
+    long long code = 0;
+};
+
+namespace web_error_domain {
+inline constexpr const char* urlLoading = "NSURLErrorDomain";
+inline constexpr const char* webKit = "WebKitErrorDomain";
+inline constexpr const char* cocoa = "NSCocoaErrorDomain";
+inline constexpr const char* posix = "NSPOSIXErrorDomain";
+}  // namespace web_error_domain
+
+struct ScriptResult {
+    std::optional<WebError> error;
+    std::optional<std::string> stringValue;  // set when the script returned a string
+};
+
+class WebViewPort {
+public:
+    virtual ~WebViewPort() = default;
+    virtual void load(const std::string& url, Duration timeout) = 0;
+    virtual std::optional<std::string> currentURL() const = 0;
+    virtual void evaluate(const std::string& script, std::function<void(ScriptResult)> completion) = 0;
+};
+
+}  // namespace brisel

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace brisel {
+
+bool isValidUTF8(std::string_view bytes);
+
+// Trims Unicode white space and line breaks at both ends (what Foundation calls
+// whitespacesAndNewlines), so "cloud\n" and "  cloud " read as "cloud".
+std::string trimWhitespaceAndNewlines(std::string_view text);
+
+// True for NUL or any line break, Unicode ones included.
+bool containsNulOrLineBreak(std::string_view text);
+
+// The whole file as UTF-8 text; absent when it cannot be read or is not valid UTF-8.
+std::optional<std::string> readUTF8File(const std::filesystem::path& path);
+
+// The file read as UTF-8 and trimmed; absent when unreadable.
+std::optional<std::string> readTrimmedSetting(const std::filesystem::path& path);
+
+}  // namespace brisel

@@ -1,0 +1,45 @@
+#include "util/text.h"
+
+#include <gtest/gtest.h>
+
+#include "fakes/temp_dir.h"
+
+namespace brisel {
+namespace {
+
+TEST(Text, TrimsUnicodeWhiteSpaceAndLineBreaksAtBothEndsOnly) {
+    EXPECT_EQ(trimWhitespaceAndNewlines("cloud\n"), "cloud");
+    EXPECT_EQ(trimWhitespaceAndNewlines(" \t cloud \r\n"), "cloud");
+    EXPECT_EQ(trimWhitespaceAndNewlines("\u3000\u00A0cloud\u2028"), "cloud");
+    EXPECT_EQ(trimWhitespaceAndNewlines("a b\nc"), "a b\nc");
+    EXPECT_EQ(trimWhitespaceAndNewlines(" \n "), "");
+    EXPECT_EQ(trimWhitespaceAndNewlines("\xE3\x80"), "\xE3\x80") << "a broken sequence is kept, not eaten";
+}
+
+TEST(Text, ValidatesUTF8) {
+    EXPECT_TRUE(isValidUTF8("Brisel \u8aad\u66f8 \U0001F4DA"));
+    EXPECT_FALSE(isValidUTF8("\xC0\xAF"));           // overlong
+    EXPECT_FALSE(isValidUTF8("\xED\xA0\x80"));       // surrogate
+    EXPECT_FALSE(isValidUTF8("\xF4\x90\x80\x80"));   // beyond U+10FFFF
+    EXPECT_FALSE(isValidUTF8("\xE3\x81"));           // cut short
+}
+
+TEST(Text, FindsNulAndEveryKindOfLineBreak) {
+    EXPECT_FALSE(containsNulOrLineBreak("/usr/bin/node"));
+    EXPECT_TRUE(containsNulOrLineBreak("/usr/bin/node\n/bin/sh"));
+    EXPECT_TRUE(containsNulOrLineBreak("/usr/bin/node\r"));
+    EXPECT_TRUE(containsNulOrLineBreak(std::string("/usr\0/node", 10)));
+    EXPECT_TRUE(containsNulOrLineBreak("/usr\u2028node"));
+}
+
+TEST(Text, ReadsSettingsAsTrimmedUTF8OrNotAtAll) {
+    testing::TempDir dir;
+    testing::writeFile(dir / "ok.txt", "  bundled\n");
+    testing::writeFile(dir / "latin1.txt", "bundl\xE9");
+    EXPECT_EQ(readTrimmedSetting(dir / "ok.txt"), "bundled");
+    EXPECT_EQ(readTrimmedSetting(dir / "latin1.txt"), std::nullopt);
+    EXPECT_EQ(readTrimmedSetting(dir / "missing.txt"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace brisel
