@@ -1,0 +1,30 @@
+#include "linux_desktop.h"
+
+#include <gio/gio.h>
+
+#include "panel_window.h"
+
+namespace brisel::gtk {
+
+void LinuxDesktop::activateIgnoringOtherApps() {
+    if (panel_ && panel_->window()) gtk_window_present(panel_->window());
+}
+
+bool LinuxDesktop::isActive() const {
+    return panel_ && panel_->isActive();
+}
+
+void LinuxDesktop::openInBrowser(const std::string& url) {
+    GError* error = nullptr;
+    if (!g_app_info_launch_default_for_uri(url.c_str(), nullptr, &error)) {
+        g_warning("Brisel could not open the browser: %s", error ? error->message : "unknown error");
+        g_clear_error(&error);
+    }
+}
+
+std::string LinuxDesktop::frontmostBundleID() const {
+    // Another application's identity is not something X11 tells reliably; only our own is known.
+    return isActive() ? applicationID : "";
+}
+
+}  // namespace brisel::gtk

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <vector>
+
+#include "app/main_menu.h"
+#include "platform/application_port.h"
+#include "platform/workspace_port.h"
+
+namespace brisel::gtk {
+
+class PanelWindow;
+
+// This application and the desktop around it, as core sees them on Linux.
+class LinuxDesktop final : public ApplicationPort, public WorkspacePort {
+public:
+    static constexpr const char* applicationID = "app.brisel.Brisel";
+
+    void setPanel(PanelWindow& panel) { panel_ = &panel; }
+    const std::vector<Menu>& menus() const { return menus_; }
+
+    // The menu is kept here and shown by the panel as its header-bar menu.
+    void installMainMenu(const std::vector<Menu>& menus) override { menus_ = menus; }
+    void activateIgnoringOtherApps() override;
+    bool isActive() const override;
+    bool isHidden() const override { return false; }
+
+    void openInBrowser(const std::string& url) override;
+    std::string frontmostBundleID() const override;
+
+private:
+    std::vector<Menu> menus_;
+    PanelWindow* panel_ = nullptr;
+};
+
+}  // namespace brisel::gtk

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <functional>
+#include <vector>
+
+#include "app/main_menu.h"
+#include "platform/panel_port.h"
+#include "web_view.h"
+
+namespace brisel::gtk {
+
+// The floating reader panel: kept above other windows and on every workspace, the web view
+// under a header bar with the application's menu, the start-up label over the web view and the
+// reading-controls strip under it.
+class PanelWindow final : public PanelPort {
+public:
+    struct Handlers {
+        std::function<void(MenuAction)> menu;
+        std::function<bool(MenuAction)> menuEnabled;
+        std::function<bool()> shouldClose;
+    };
+
+    PanelWindow(WebView& webView, const std::vector<Menu>& menus, Handlers handlers);
+    ~PanelWindow() override;
+    PanelWindow(const PanelWindow&) = delete;
+    PanelWindow& operator=(const PanelWindow&) = delete;
+
+    GtkWindow* window() const { return window_; }
+    bool isActive() const { return window_ && gtk_window_is_active(window_); }
+
+    void configure(const PanelConfiguration& configuration) override;
+    std::vector<Screen> screens() const override;
+    std::optional<Screen> mainScreen() const override;
+    std::optional<Screen> panelScreen() const override;
+    Point mouseLocation() const override;
+    bool reduceMotion() const override;
+    bool isMiniaturized() const override;
+    void deminiaturize() override;
+    bool isVisible() const override;
+    Rect frame() const override;
+    void setFrame(const Rect& frame, bool display, bool animate) override;
+    void makeKeyAndOrderFront() override;
+    PanelLayout layout() const override;
+    void setStartupLabel(const std::string& text) override;
+    void removeStartupLabel() override;
+    void setControlsHidden(bool hidden) override;
+
+private:
+    GtkWidget* buildMenuButton();
+    static gboolean onDelete(GtkWidget*, GdkEvent*, gpointer);
+    static gboolean onWindowState(GtkWidget*, GdkEventWindowState*, gpointer);
+    static gboolean onVisibility(GtkWidget*, GdkEventVisibility*, gpointer);
+
+    WebView& webView_;
+    const std::vector<Menu>& menus_;
+    Handlers handlers_;
+    GtkWindow* window_ = nullptr;
+    GtkWidget* startupLabel_ = nullptr;
+    GtkWidget* controls_ = nullptr;
+    GtkAccelGroup* accelerators_ = nullptr;
+    bool iconified_ = false;
+    bool obscured_ = false;
+};
+
+}  // namespace brisel::gtk

@@ -1,0 +1,58 @@
+#include "screenshot.h"
+
+#include <gtk/gtk.h>
+
+#include <iostream>
+
+#include "app/companion.h"
+#include "panel_window.h"
+
+namespace brisel::gtk {
+
+Screenshot::Screenshot(PanelWindow& panel, const Companion& companion, std::string path, std::chrono::seconds timeout)
+    : panel_(panel),
+      companion_(companion),
+      path_(std::move(path)),
+      deadline_(std::chrono::steady_clock::now() + timeout),
+      source_(g_timeout_add(100, poll, this)) {}
+
+Screenshot::~Screenshot() {
+    if (source_) g_source_remove(source_);
+}
+
+gboolean Screenshot::poll(gpointer data) {
+    auto* self = static_cast<Screenshot*>(data);
+    const auto now = std::chrono::steady_clock::now();
+    if (self->companion_.pageReady() && self->readyAt_ == std::chrono::steady_clock::time_point{}) self->readyAt_ = now;
+    const bool settled = self->readyAt_ != std::chrono::steady_clock::time_point{} && now - self->readyAt_ >= settleTime;
+    if (!settled && now < self->deadline_) return G_SOURCE_CONTINUE;
+    self->source_ = 0;
+    self->take();
+    gtk_main_quit();
+    return G_SOURCE_REMOVE;
+}
+
+void Screenshot::take() {
+    GtkWidget* window = GTK_WIDGET(panel_.window());
+    GdkWindow* surface = window ? gtk_widget_get_window(window) : nullptr;
+    if (!surface) {
+        std::cerr << "Brisel: the panel was never shown, so there is no screenshot.\n";
+        return;
+    }
+    GdkPixbuf* picture = gdk_pixbuf_get_from_window(surface, 0, 0, gdk_window_get_width(surface),
+                                                    gdk_window_get_height(surface));
+    GError* error = nullptr;
+    saved_ = picture && gdk_pixbuf_save(picture, path_.c_str(), "png", &error, nullptr);
+    if (picture) g_object_unref(picture);
+    if (saved_) {
+        std::cout << "Brisel: saved a screenshot of the panel to " << path_
+                  << (companion_.pageReady() ? " (page ready)" : " (page not ready; it shows the start-up label)")
+                  << "\n";
+    } else {
+        std::cerr << "Brisel: could not save the screenshot to " << path_ << ": "
+                  << (error ? error->message : "no picture") << "\n";
+        g_clear_error(&error);
+    }
+}
+
+}  // namespace brisel::gtk

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <glib.h>
+
+#include <chrono>
+#include <string>
+
+namespace brisel {
+class Companion;
+}
+
+namespace brisel::gtk {
+
+class PanelWindow;
+
+// Saves a picture of the panel once the page is ready and has had a moment to render (or when
+// the time-out passes, showing whatever the start-up label says), then quits. This is how Brisel
+// shows something useful on a machine without a display.
+class Screenshot {
+public:
+    static constexpr std::chrono::milliseconds settleTime{1500};
+
+    Screenshot(PanelWindow& panel, const Companion& companion, std::string path, std::chrono::seconds timeout);
+    ~Screenshot();
+    Screenshot(const Screenshot&) = delete;
+    Screenshot& operator=(const Screenshot&) = delete;
+
+    bool saved() const { return saved_; }
+
+private:
+    static gboolean poll(gpointer data);
+    void take();
+
+    PanelWindow& panel_;
+    const Companion& companion_;
+    std::string path_;
+    std::chrono::steady_clock::time_point deadline_;
+    std::chrono::steady_clock::time_point readyAt_{};
+    guint source_ = 0;
+    bool saved_ = false;
+};
+
+}  // namespace brisel::gtk
