@@ -14,16 +14,32 @@ Screenshot::Screenshot(PanelWindow& panel, const Companion& companion, std::stri
       companion_(companion),
       path_(std::move(path)),
       deadline_(std::chrono::steady_clock::now() + timeout),
-      source_(g_timeout_add(100, poll, this)) {}
+      source_(g_timeout_add(10, poll, this)) {
+    GtkWidget* window = GTK_WIDGET(panel_.window());
+    if (window && gtk_widget_get_mapped(window)) mappedWallClock_ = std::chrono::system_clock::now();
+    if (window) g_signal_connect(window, "map-event", G_CALLBACK(onMapped), this);
+}
+
+gboolean Screenshot::onMapped(GtkWidget*, GdkEvent*, gpointer data) {
+    auto* self = static_cast<Screenshot*>(data);
+    if (self->mappedWallClock_ == std::chrono::system_clock::time_point{}) {
+        self->mappedWallClock_ = std::chrono::system_clock::now();
+    }
+    return FALSE;
+}
 
 Screenshot::~Screenshot() {
     if (source_) g_source_remove(source_);
+    if (GtkWidget* window = GTK_WIDGET(panel_.window())) g_signal_handlers_disconnect_by_data(window, this);
 }
 
 gboolean Screenshot::poll(gpointer data) {
     auto* self = static_cast<Screenshot*>(data);
     const auto now = std::chrono::steady_clock::now();
-    if (self->companion_.pageReady() && self->readyAt_ == std::chrono::steady_clock::time_point{}) self->readyAt_ = now;
+    if (self->companion_.pageReady() && self->readyAt_ == std::chrono::steady_clock::time_point{}) {
+        self->readyAt_ = now;
+        self->readyWallClock_ = std::chrono::system_clock::now();
+    }
     const bool settled = self->readyAt_ != std::chrono::steady_clock::time_point{} && now - self->readyAt_ >= settleTime;
     if (!settled && now < self->deadline_) return G_SOURCE_CONTINUE;
     self->source_ = 0;
@@ -44,6 +60,11 @@ void Screenshot::take() {
     GError* error = nullptr;
     saved_ = picture && gdk_pixbuf_save(picture, path_.c_str(), "png", &error, nullptr);
     if (picture) g_object_unref(picture);
+    const auto epochMs = [](std::chrono::system_clock::time_point t) {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(t.time_since_epoch()).count();
+    };
+    std::cout << "Brisel timing: panel-on-screen " << epochMs(mappedWallClock_) << " page-ready "
+              << (companion_.pageReady() ? epochMs(readyWallClock_) : 0) << "\n";
     if (saved_) {
         std::cout << "Brisel: saved a screenshot of the panel to " << path_
                   << (companion_.pageReady() ? " (page ready)" : " (page not ready; it shows the start-up label)")

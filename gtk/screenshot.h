@@ -1,6 +1,6 @@
 #pragma once
 
-#include <glib.h>
+#include <gtk/gtk.h>
 
 #include <chrono>
 #include <string>
@@ -15,7 +15,9 @@ class PanelWindow;
 
 // Saves a picture of the panel once the page is ready and has had a moment to render (or when
 // the time-out passes, showing whatever the start-up label says), then quits. This is how Brisel
-// shows something useful on a machine without a display.
+// shows something useful on a machine without a display. It also prints when the panel reached
+// the screen and when the page became ready, as wall-clock milliseconds, for start-up
+// measurements.
 class Screenshot {
 public:
     static constexpr std::chrono::milliseconds settleTime{1500};
@@ -29,6 +31,7 @@ public:
 
 private:
     static gboolean poll(gpointer data);
+    static gboolean onMapped(GtkWidget*, GdkEvent*, gpointer data);
     void take();
 
     PanelWindow& panel_;
@@ -36,6 +39,8 @@ private:
     std::string path_;
     std::chrono::steady_clock::time_point deadline_;
     std::chrono::steady_clock::time_point readyAt_{};
+    std::chrono::system_clock::time_point mappedWallClock_{};
+    std::chrono::system_clock::time_point readyWallClock_{};
     guint source_ = 0;
     bool saved_ = false;
 };
