@@ -19,4 +19,16 @@ inline constexpr const char* diagnosticsUnavailable =
 inline constexpr const char* panelTitle = "Brisel";
 inline constexpr const char* settingsWindowTitle = "Briselの設定";
 
+// The reading-controls strip.
+inline constexpr const char* savingToKnowledge = "ナレッジに保存中…";
+inline constexpr const char* saveToKnowledgeAndReturn = "ナレッジに保存して読書に戻る";
+inline constexpr const char* saveToKnowledgeShort = "ナレッジに保存";
+inline constexpr const char* returnWithoutSaving = "保存せず読書に戻る";
+inline constexpr const char* closeWithoutSaving = "保存せず閉じる";
+inline constexpr const char* returnToReading = "読書に戻る";
+inline constexpr const char* close = "閉じる";
+inline constexpr const char* saveContinuesWhenClosed = "保存処理中です。閉じても保存は続きます。";
+inline constexpr const char* noteBeingWritten = "補足を作成中です。まだ保存されません。";
+inline constexpr const char* savedNotesInDictionary = "保存したナレッジは「辞書」で見返せます。";
+
 }  // namespace brisel::texts

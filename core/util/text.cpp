@@ -1,5 +1,7 @@
 #include "util/text.h"
 
+#include <unicode/uchar.h>
+
 #include <fstream>
 #include <iterator>
 
@@ -80,6 +82,30 @@ bool containsNulOrLineBreak(std::string_view text) {
             scalar == 0x2028 || scalar == 0x2029) {
             return true;
         }
+        i += length;
+    }
+    return false;
+}
+
+size_t utf16Length(std::string_view text) {
+    size_t units = 0;
+    char32_t scalar = 0;
+    for (size_t i = 0; i < text.size();) {
+        const size_t length = decodeScalar(text, i, scalar);
+        if (length == 0) return units + (text.size() - i);
+        units += scalar >= 0x10000 ? 2 : 1;
+        i += length;
+    }
+    return units;
+}
+
+bool containsControlCharacter(std::string_view text) {
+    char32_t scalar = 0;
+    for (size_t i = 0; i < text.size();) {
+        const size_t length = decodeScalar(text, i, scalar);
+        if (length == 0) return true;
+        const int8_t type = u_charType(static_cast<UChar32>(scalar));
+        if (type == U_CONTROL_CHAR || type == U_FORMAT_CHAR) return true;
         i += length;
     }
     return false;

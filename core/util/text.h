@@ -16,6 +16,12 @@ std::string trimWhitespaceAndNewlines(std::string_view text);
 // True for NUL or any line break, Unicode ones included.
 bool containsNulOrLineBreak(std::string_view text);
 
+// The length in UTF-16 code units, as JavaScript and Foundation count a string.
+size_t utf16Length(std::string_view utf8);
+
+// True for any control (Cc) or format (Cf) character.
+bool containsControlCharacter(std::string_view utf8);
+
 // The whole file as UTF-8 text; absent when it cannot be read or is not valid UTF-8.
 std::optional<std::string> readUTF8File(const std::filesystem::path& path);
 

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace brisel {
+
+// The state behind the native save / return strip, driven by the page's "readingControls"
+// statuses and by the strip's buttons. Listeners redraw on every change.
+class BriselReadingControlsModel {
+public:
+    static constexpr const char* saveAndReturnRequested = "saveAndReturnRequested";
+    static constexpr const char* returnRequested = "returnRequested";
+    static constexpr int64_t maximumSaveAttempt = 9007199254740991;  // 2^53 - 1, the page's safe integer
+    static constexpr size_t maximumControlIdUTF16Units = 128;
+
+    bool visible = false;
+    std::string controlId;
+    bool draft = false;
+    bool pending = false;
+    bool saving = false;
+    bool returningAfterSave = false;
+    int64_t saveAttempt = 0;
+    bool saveRequested = false;
+
+    // The key hints of the save and return shortcuts, mirrored from the shortcut settings.
+    struct ShortcutHint {
+        std::string key;        // the toolkit's key: a character, or a named key such as "return"
+        uint32_t modifiers = 0; // the toolkit's modifier flags
+        std::string label;      // as the user reads it, e.g. "⌘Enter"
+    };
+    ShortcutHint saveShortcut;
+    ShortcutHint returnShortcut;
+
+    std::function<void(const std::string& action, const std::string& controlId)> onAction;
+    std::function<void()> onChange;
+
+    bool isSaving() const { return saving || saveRequested; }
+    bool showsSaveAction() const { return visible && draft && !pending; }
+    bool canSave() const { return showsSaveAction() && !saving && !saveRequested; }
+    bool closesWithoutSaving() const { return (draft || pending) && !saving && !saveRequested; }
+
+    // Applies one status from the page; false (and nothing changed) when it is malformed or stale.
+    bool update(const nlohmann::json& message);
+    // A button or its shortcut; true when the action went to `onAction`.
+    bool perform(const std::string& action, const std::string& controlId);
+    void reset();
+
+private:
+    struct LastState {
+        std::string controlId;
+        bool draft, pending, saving, returningAfterSave;
+        int64_t saveAttempt;
+    };
+
+    void changed();
+
+    std::optional<LastState> lastState_;
+};
+
+}  // namespace brisel
