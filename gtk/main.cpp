@@ -127,6 +127,7 @@ int main(int argc, char** argv) {
     companion = std::make_unique<Companion>(
         CompanionPorts{mainQueue, http, launcher, desktop, panel, webView, desktop}, settings);
     webView.attach(*companion);
+    panel.attach(companion->readingControls());
 
     // Quitting from the terminal or the session ends like "Briselを終了": the server we started stops.
     for (int signal : {SIGINT, SIGTERM, SIGHUP}) {

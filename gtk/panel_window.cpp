@@ -29,6 +29,7 @@ PanelWindow::PanelWindow(WebView& webView, const std::vector<Menu>& menus, Handl
     : webView_(webView), menus_(menus), handlers_(std::move(handlers)) {}
 
 PanelWindow::~PanelWindow() {
+    if (readingControls_) readingControls_->onChange = nullptr;
     if (window_) {
         g_signal_handlers_disconnect_by_data(window_, this);
         gtk_widget_destroy(GTK_WIDGET(window_));
@@ -77,8 +78,13 @@ void PanelWindow::configure(const PanelConfiguration& configuration) {
     gtk_overlay_add_overlay(GTK_OVERLAY(overlay), startupLabel_);
     gtk_overlay_set_overlay_pass_through(GTK_OVERLAY(overlay), startupLabel_, TRUE);
 
-    controls_ = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 8);
+    controls_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_widget_set_no_show_all(controls_, TRUE);
+    if (readingControls_) {
+        strip_ = std::make_unique<ReadingControlsStrip>(*readingControls_, accelerators_);
+        gtk_box_pack_start(GTK_BOX(controls_), strip_->widget(), FALSE, FALSE, 0);
+        readingControls_->onChange = [this] { strip_->refresh(); };
+    }
 
     GtkWidget* content = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_box_pack_start(GTK_BOX(content), overlay, TRUE, TRUE, 0);

@@ -3,10 +3,12 @@
 #include <gtk/gtk.h>
 
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include "app/main_menu.h"
 #include "platform/panel_port.h"
+#include "reading_controls_strip.h"
 #include "web_view.h"
 
 namespace brisel::gtk {
@@ -26,6 +28,9 @@ public:
     ~PanelWindow() override;
     PanelWindow(const PanelWindow&) = delete;
     PanelWindow& operator=(const PanelWindow&) = delete;
+
+    // The model behind the reading-controls strip; set before the panel is configured.
+    void attach(BriselReadingControlsModel& readingControls) { readingControls_ = &readingControls; }
 
     GtkWindow* window() const { return window_; }
     bool isActive() const { return window_ && gtk_window_is_active(window_); }
@@ -59,6 +64,8 @@ private:
     GtkWindow* window_ = nullptr;
     GtkWidget* startupLabel_ = nullptr;
     GtkWidget* controls_ = nullptr;
+    BriselReadingControlsModel* readingControls_ = nullptr;
+    std::unique_ptr<ReadingControlsStrip> strip_;
     GtkAccelGroup* accelerators_ = nullptr;
     bool iconified_ = false;
     bool obscured_ = false;

@@ -123,6 +123,10 @@ void Companion::configurePanel() {
     configuration.userScripts = {scripts::capabilityFlags(), scripts::errorReporter};
     configuration.startupLabel = texts::startingUp;
     ports_.panel.configure(configuration);
+    // The strip's buttons speak to the page only while it is the local page, loaded and ready.
+    readingControls_.onAction = weakly([this](const std::string& action, const std::string& controlId) {
+        if (pageReady_ && showsLocalPage()) dispatch({{"type", action}, {"controlId", controlId}});
+    });
     startupMessage_ = configuration.startupLabel;
 }
 
@@ -195,7 +199,7 @@ void Companion::didFinishNavigation() {
 
 void Companion::didFailNavigation(const WebError& error, bool provisional) {
     pageReady_ = false;
-    ports_.panel.setControlsHidden(true);
+    resetReadingControls();
     logWebError(error, provisional ? "provisional-navigation-failed" : "navigation-failed");
 }
 
@@ -207,7 +211,19 @@ void Companion::webContentProcessDidTerminate() {
 
 void Companion::pageWentAway() {
     pageReady_ = false;
+    resetReadingControls();
+}
+
+void Companion::resetReadingControls() {
+    readingControls_.reset();
     ports_.panel.setControlsHidden(true);
+}
+
+// Whether the web view shows the local page; two pages without an origin count as the same.
+bool Companion::showsLocalPage() const {
+    const auto current = ports_.webView.currentURL();
+    const auto shown = current ? BriselAuthOrigin::fromURL(*current, endpoint_.port) : std::nullopt;
+    return shown == BriselAuthOrigin::fromURL(settings_.localURL, endpoint_.port);
 }
 
 void Companion::logWebError(const WebError& error, const std::string& stage) {

@@ -15,6 +15,7 @@
 #include "platform/process_launcher.h"
 #include "platform/web_view_port.h"
 #include "platform/workspace_port.h"
+#include "reading/reading_controls_model.h"
 #include "server/server_launch.h"
 #include "server/status_probe.h"
 
@@ -93,6 +94,7 @@ public:
     const std::optional<Rect>& compactMapFrame() const { return compactMapFrame_; }
     const PendingEvents& pendingEvents() const { return pendingEvents_; }
     StartupDiagnostics& startupDiagnostics() { return startupDiagnostics_; }
+    BriselReadingControlsModel& readingControls() { return readingControls_; }
     const CompanionSettings& settings() const { return settings_; }
 
 private:
@@ -103,6 +105,8 @@ private:
     void loadPage();
     void setStartupMessage(const std::string& text);
     void pageWentAway();
+    void resetReadingControls();
+    bool showsLocalPage() const;
     void logWebError(const WebError& error, const std::string& stage);
     void probeWebView(const std::string& stage);
 
@@ -121,6 +125,7 @@ private:
     StartupDiagnostics startupDiagnostics_;
     std::unique_ptr<ChildProcess> server_;
     PendingEvents pendingEvents_;
+    BriselReadingControlsModel readingControls_;
     bool pageReady_ = false;
     std::optional<std::string> lastStatusError_;
     std::optional<std::string> startupMessage_;

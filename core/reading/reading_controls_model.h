@@ -27,14 +27,16 @@ public:
     int64_t saveAttempt = 0;
     bool saveRequested = false;
 
-    // The key hints of the save and return shortcuts, mirrored from the shortcut settings.
+    // The key hints of the save and return shortcuts, mirrored from the shortcut settings. The
+    // modifiers are Carbon's bits, which each shell turns into its toolkit's modifier set.
     struct ShortcutHint {
-        std::string key;        // the toolkit's key: a character, or a named key such as "return"
-        uint32_t modifiers = 0; // the toolkit's modifier flags
-        std::string label;      // as the user reads it, e.g. "⌘Enter"
+        std::string key;         // the character the key types: "\r" for Return, "\x1b" for Escape
+        uint32_t modifiers = 0;  // command 0x0100, shift 0x0200, option 0x0800, control 0x1000
+        std::string label;       // as the user reads it, e.g. "⌘Enter"
+        bool operator==(const ShortcutHint&) const = default;
     };
-    ShortcutHint saveShortcut;
-    ShortcutHint returnShortcut;
+    ShortcutHint saveShortcut{"\r", 0x0100, "⌘Enter"};
+    ShortcutHint returnShortcut{"\x1b", 0, "Esc"};
 
     std::function<void(const std::string& action, const std::string& controlId)> onAction;
     std::function<void()> onChange;
