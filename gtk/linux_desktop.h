@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtk/gtk.h>
+
 #include <vector>
 
 #include "app/main_menu.h"
@@ -23,6 +25,7 @@ public:
     void activateIgnoringOtherApps() override;
     bool isActive() const override;
     bool isHidden() const override { return false; }
+    void terminate() override { gtk_main_quit(); }
 
     void openInBrowser(const std::string& url) override;
     std::string frontmostBundleID() const override;

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "app/companion.h"
+#include "net/url.h"
 
 namespace brisel::gtk {
 
@@ -21,6 +22,10 @@ WebError webErrorOf(const GError* error) {
 }
 
 WebView::~WebView() {
+    if (content_) {
+        g_signal_handlers_disconnect_by_data(content_, this);
+        g_object_unref(content_);
+    }
     if (!view_) return;
     g_signal_handlers_disconnect_by_data(view_, this);
     g_object_unref(view_);
@@ -36,7 +41,10 @@ GtkWidget* WebView::create(const std::string& messageChannel, const std::vector<
         webkit_user_script_unref(script);
     }
     // The page posts to window.webkit.messageHandlers.omvane, as it does on macOS.
+    const std::string signal = "script-message-received::" + messageChannel;
+    g_signal_connect(content, signal.c_str(), G_CALLBACK(onScriptMessage), this);
     webkit_user_content_manager_register_script_message_handler(content, messageChannel.c_str());
+    content_ = WEBKIT_USER_CONTENT_MANAGER(g_object_ref(content));
 
     // Held until this object goes, whichever of it and the panel's window is destroyed first.
     view_ = WEBKIT_WEB_VIEW(g_object_ref_sink(webkit_web_view_new_with_user_content_manager(content)));
@@ -90,6 +98,28 @@ void WebView::evaluate(const std::string& script, std::function<void(ScriptResul
             (*done)(std::move(result));
         },
         pending);
+}
+
+// WebKitGTK does not say which frame sent a message. The navigation policy lets no frame load
+// anything but the local origin, so every document that can post here is the local page's; the
+// message is attributed to the main frame and to the origin the web view shows, and core checks
+// that origin as it does on macOS.
+void WebView::onScriptMessage(WebKitUserContentManager*, WebKitJavascriptResult* result, gpointer data) {
+    auto* self = static_cast<WebView*>(data);
+    if (!self->companion_ || !self->view_) return;
+    JSCValue* value = webkit_javascript_result_get_js_value(result);
+    gchar* json = value ? jsc_value_to_json(value, 0) : nullptr;
+    ScriptMessage message;
+    message.body = nlohmann::json::parse(json ? json : "", nullptr, false);
+    g_free(json);
+    message.isMainFrame = true;
+    message.webView = self->view_;
+    if (const auto url = self->currentURL()) {
+        if (const auto parts = parseURL(*url); parts && parts->host) {
+            message.origin = {parts->scheme, *parts->host, parts->port.value_or(0)};
+        }
+    }
+    self->companion_->didReceiveScriptMessage(message);
 }
 
 gboolean WebView::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type,

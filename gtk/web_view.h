@@ -37,9 +37,11 @@ private:
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent, gpointer);
     static gboolean onLoadFailed(WebKitWebView*, WebKitLoadEvent, gchar*, GError*, gpointer);
     static void onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpointer);
+    static void onScriptMessage(WebKitUserContentManager*, WebKitJavascriptResult*, gpointer);
 
     Companion* companion_ = nullptr;
     WebKitWebView* view_ = nullptr;
+    WebKitUserContentManager* content_ = nullptr;
     bool loadFailed_ = false;
 };
 

@@ -8,6 +8,7 @@
 
 #include "app/startup_diagnostics.h"
 #include "bridge/native_events.h"
+#include "bridge/script_message.h"
 #include "platform/application_port.h"
 #include "platform/http_client.h"
 #include "platform/main_queue.h"
@@ -80,6 +81,10 @@ public:
     void didFailNavigation(const WebError& error, bool provisional);
     void webContentProcessDidTerminate();
 
+    // The page's requests on the "omvane" channel. Anything not from the local page's main
+    // frame, malformed or unknown is dropped without a trace.
+    void didReceiveScriptMessage(const ScriptMessage& message);
+
     // Native events.
     void dispatch(NativeEvent event);
     void sendStatus(const std::optional<std::string>& error = std::nullopt);
@@ -109,6 +114,9 @@ private:
     bool showsLocalPage() const;
     void logWebError(const WebError& error, const std::string& stage);
     void probeWebView(const std::string& stage);
+    bool acceptsFromPage(const ScriptMessage& message) const;
+    void updateReadingControls(const nlohmann::json& body);
+    void logPageDiagnostic(const nlohmann::json& body);
 
     // Wraps a callback that may run after this object is gone; it then does nothing.
     template <typename Function>

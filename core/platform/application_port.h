@@ -14,6 +14,7 @@ public:
     virtual void activateIgnoringOtherApps() = 0;
     virtual bool isActive() const = 0;
     virtual bool isHidden() const = 0;
+    virtual void terminate() = 0;  // ends the event loop; the shell then calls applicationWillTerminate
 };
 
 }  // namespace brisel

@@ -55,10 +55,12 @@ class FakeApplication final : public ApplicationPort {
 public:
     std::vector<Menu> menus;
     int activations = 0;
+    int terminations = 0;
     void installMainMenu(const std::vector<Menu>& m) override { menus = m; }
     void activateIgnoringOtherApps() override { ++activations; }
     bool isActive() const override { return activations > 0; }
     bool isHidden() const override { return false; }
+    void terminate() override { ++terminations; }
 };
 
 class FakePanel final : public PanelPort {
