@@ -35,6 +35,7 @@ public:
                 lock.unlock();
                 task();
             } else if (Clock::now() >= deadline) {
+                lock.unlock();
                 return done();
             }
         }

@@ -109,6 +109,15 @@ protected:
         return outcome.value_or(Probe::unavailable);
     }
 
+    // Probes until the answer is `expected`; the servers here start within a fraction of a second.
+    bool probeUntil(Probe expected, Duration limit) {
+        const auto deadline = Clock::now() + limit;
+        while (Clock::now() < deadline) {
+            if (probeOnce() == expected) return true;
+        }
+        return false;
+    }
+
     testing::TempDir home;
     int port = 0;
     testing::RealTimeQueue queue;
@@ -129,14 +138,14 @@ TEST_F(ServerSupervisionTest, LaunchesTheBundledServerAndStopsItAtExit) {
     EXPECT_EQ(probeOnce(), Probe::ready);
 
     companion.applicationWillTerminate();
-    EXPECT_TRUE(queue.runUntil([&] { return probeOnce() == Probe::unavailable; }, 10s))
+    EXPECT_TRUE(probeUntil(Probe::unavailable, 10s))
         << "the server this process launched is gone";
 }
 
 TEST_F(ServerSupervisionTest, UsesACompatibleServerAlreadyRunningAndLeavesItRunning) {
     NodeServer running((std::filesystem::path(BRISEL_SOURCE_DIR) / "server/server.mjs").string(), port);
     make();
-    ASSERT_TRUE(queue.runUntil([&] { return probeOnce() == Probe::ready; }, 20s));
+    ASSERT_TRUE(probeUntil(Probe::ready, 20s));
     companion->applicationDidFinishLaunching();
     ASSERT_TRUE(queue.runUntil([&] { return !webView.loads.empty(); }, 10s));
     EXPECT_FALSE(companion->launchedServer());
@@ -148,7 +157,7 @@ TEST_F(ServerSupervisionTest, UsesACompatibleServerAlreadyRunningAndLeavesItRunn
 TEST_F(ServerSupervisionTest, APortHeldByAnIncompatibleAnswererIsReportedWithoutALaunch) {
     NodeServer cloud((std::filesystem::path(BRISEL_SOURCE_DIR) / "server/desktop-server.mjs").string(), port);
     make();
-    ASSERT_TRUE(queue.runUntil([&] { return probeOnce() == Probe::mismatch; }, 20s));
+    ASSERT_TRUE(probeUntil(Probe::mismatch, 20s));
     companion->applicationDidFinishLaunching();
     ASSERT_TRUE(queue.runUntil([&] { return panel.startupLabel == texts::portHeldByOther; }, 10s));
     EXPECT_FALSE(companion->launchedServer());
