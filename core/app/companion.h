@@ -67,6 +67,8 @@ public:
     void applicationDidBecomeActive();
     bool applicationShouldHandleReopen();
     void applicationWillTerminate();
+    // Closing windows never ends the process; only "Briselを終了" or the system does.
+    bool applicationShouldTerminateAfterLastWindowClosed() const { return false; }
     void openCompanion() { showPanel(); }
 
     // Panel.

@@ -1,0 +1,47 @@
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+#include "MacWebView.h"
+#include "platform/panel_port.h"
+
+@class ReaderPanel;
+
+namespace brisel::mac {
+
+// The reader panel, its content (web view over the reading-controls strip, the start-up label
+// over the web view) and the screens it can stand on.
+class MacPanel final : public PanelPort {
+public:
+    MacPanel(MacWebView& webView, id<NSWindowDelegate> windowDelegate)
+        : webView_(webView), windowDelegate_(windowDelegate) {}
+
+    NSWindow* window() const;
+
+    void configure(const PanelConfiguration& configuration) override;
+    std::vector<Screen> screens() const override;
+    std::optional<Screen> mainScreen() const override;
+    std::optional<Screen> panelScreen() const override;
+    Point mouseLocation() const override;
+    bool reduceMotion() const override;
+    bool isMiniaturized() const override;
+    void deminiaturize() override;
+    bool isVisible() const override;
+    Rect frame() const override;
+    void setFrame(const Rect& frame, bool display, bool animate) override;
+    void makeKeyAndOrderFront() override;
+    PanelLayout layout() const override;
+    void setStartupLabel(const std::string& text) override;
+    void removeStartupLabel() override;
+    void setControlsHidden(bool hidden) override;
+
+private:
+    MacWebView& webView_;
+    __weak id<NSWindowDelegate> windowDelegate_;
+    ReaderPanel* panel_ = nil;
+    NSView* controls_ = nil;
+    NSLayoutConstraint* hiddenControlsHeight_ = nil;
+    NSTextField* startupLabel_ = nil;
+};
+
+}  // namespace brisel::mac

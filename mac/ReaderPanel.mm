@@ -1,0 +1,13 @@
+#import "ReaderPanel.h"
+
+@implementation ReaderPanel
+
+- (BOOL)canBecomeKeyWindow {
+    return YES;
+}
+
+- (BOOL)canBecomeMainWindow {
+    return YES;
+}
+
+@end
