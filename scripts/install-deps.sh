@@ -4,7 +4,7 @@
 #   install-deps.sh test   that, plus the test, benchmark and fuzzing tools
 set -euo pipefail
 
-run_packages=(cmake ninja-build g++ pkg-config nlohmann-json3-dev libcurl4-openssl-dev libicu-dev
+run_packages=(cmake ninja-build g++ pkg-config nlohmann-json3-dev libcurl4-openssl-dev libicu-dev libssl-dev
               libgtk-3-dev libwebkit2gtk-4.1-dev xvfb xauth)
 test_packages=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev)
 

@@ -17,7 +17,8 @@ struct SecurityOrigin {
 };
 
 // A web origin that may talk to the native side: any https origin, or the local page's own
-// http origin on 127.0.0.1 and the local port. Nothing else can be built.
+// http origin on 127.0.0.1 and the local port. Nothing else can be built, nor anything whose
+// host is not a host name, an IPv4 address or a bracketed IPv6 literal.
 struct BriselAuthOrigin {
     std::string scheme;
     std::string host;

@@ -1,0 +1,30 @@
+// Arbitrary JSON bodies on the "omvane" channel, from the local page's main frame: the bridge
+// never crashes, and nothing a page posts puts free text into the start-up log.
+#include <cstdint>
+#include <cstdlib>
+
+#include "fakes/companion_harness.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static brisel::testing::CompanionHarness* harness = [] {
+        auto* h = new brisel::testing::CompanionHarness;
+        h->http.answer = [](const std::string&) {
+            return brisel::testing::statusAnswer(brisel::testing::compatibleLocalStatus);
+        };
+        h->launch();
+        h->queue.runUntilIdle();
+        h->companion->didFinishNavigation();
+        return h;
+    }();
+    brisel::ScriptMessage message;
+    message.body = nlohmann::json::parse(data, data + size, nullptr, false);
+    message.isMainFrame = true;
+    message.origin = {"http", "127.0.0.1", 47831};
+    harness->companion->didReceiveScriptMessage(message);
+    harness->queue.runUntilIdle();
+    for (const auto& line : harness->logLines()) {
+        const std::string event = line["event"];
+        if ((event == "script-error" || event == "unhandled-rejection") && line.size() != 3) std::abort();
+    }
+    return 0;
+}

@@ -1,0 +1,136 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "auth/auth_configuration.h"
+#include "auth/native_auth.h"
+#include "fakes/fake_ports.h"
+
+namespace brisel::testing {
+
+// Records every Apple request; the test plays the platform's delegate calls.
+class FakeAppleSignIn final : public AppleSignInPort {
+public:
+    std::vector<AppleSignInRequest> requests;
+    std::vector<std::function<void(AppleSignInOutcome)>> completions;
+    int cancels = 0;
+
+    void perform(const AppleSignInRequest& request, std::function<void(AppleSignInOutcome)> completion) override {
+        requests.push_back(request);
+        completions.push_back(std::move(completion));
+    }
+    void cancel() override { ++cancels; }
+
+    // The credential Apple hands back for the request that `perform` received at `index`.
+    void succeed(size_t index = 0, const std::string& token = "apple.identity.token") {
+        completions.at(index)(AppleAuthorization{true, requests.at(index).state, token});
+    }
+    void fail(size_t index, long long code, std::string domain = std::string(appleAuthorizationErrorDomain)) {
+        completions.at(index)(SignInError{std::move(domain), code});
+    }
+};
+
+// Records Google calls; the test plays the library's completion.
+class FakeGoogleSignIn final : public GoogleSignInPort {
+public:
+    std::vector<GoogleConfiguration> configurations;
+    std::vector<std::function<void(GoogleSignInOutcome)>> completions;
+    std::vector<std::string> handledURLs;
+    bool handleAnswer = true;
+    int signOuts = 0;
+
+    void setConfiguration(const GoogleConfiguration& configuration) override { configurations.push_back(configuration); }
+    void signIn(std::function<void(GoogleSignInOutcome)> completion) override {
+        completions.push_back(std::move(completion));
+    }
+    bool handle(const std::string& url) override {
+        handledURLs.push_back(url);
+        return handleAnswer;
+    }
+    void signOut() override { ++signOuts; }
+
+    void succeed(size_t index = 0) { completions.at(index)({std::nullopt, "google.id.token", "google.access.token"}); }
+    void fail(size_t index, long long code, std::string domain = std::string(googleSignInErrorDomain)) {
+        completions.at(index)({SignInError{std::move(domain), code}, std::nullopt, ""});
+    }
+};
+
+inline const char* validClientID = "123456-abcdef.apps.googleusercontent.com";
+inline const char* validServerClientID = "987654-server.apps.googleusercontent.com";
+inline const char* validRedirectScheme = "com.googleusercontent.apps.123456-abcdef";
+
+// Both providers switched on and Google fully configured.
+inline nlohmann::json signInConfiguration() {
+    return {
+        {"BriselAppleSignInEnabled", true},
+        {"BriselGoogleClientID", validClientID},
+        {"BriselGoogleServerClientID", validServerClientID},
+        {"CFBundleURLTypes", {{{"CFBundleURLSchemes", {"brisel", validRedirectScheme}}}}},
+    };
+}
+
+inline const std::string validNonce(43, 'A');
+inline const char* firstRequest = "6F9619FF-8B86-D011-B42D-00C04FC964FF";
+inline const char* secondRequest = "1b4e28ba-2fa1-11d2-883f-0016d3cca427";
+
+// A BriselNativeAuth over fakes, serving the local page on the product's port.
+struct AuthHarness {
+    FakeWebView webView;
+    int nativeWebView = 0;  // stands for the WKWebView or WebKitWebView that messages name
+    bool webViewAlive = true;
+    JsonConfigurationValues configuration{signInConfiguration()};
+    FakeAppleSignIn apple;
+    FakeGoogleSignIn google;
+    bool windowAvailable = true;
+    int anchorCalls = 0;
+    int generations = 0;
+    std::unique_ptr<BriselNativeAuth> auth;
+
+    explicit AuthHarness(bool withApple = true, bool withGoogle = true) {
+        webView.url = "http://127.0.0.1:47831/";
+        auth = std::make_unique<BriselNativeAuth>(
+            BriselNativeAuthPorts{
+                [this] { return webViewAlive ? WebViewReference{&webView, &nativeWebView} : WebViewReference(); },
+                configuration,
+                withApple ? &apple : nullptr,
+                withGoogle ? &google : nullptr,
+                [this] {
+                    ++anchorCalls;
+                    return windowAvailable;
+                },
+                [this] { return "generation-" + std::to_string(++generations); },
+                platformSha256,
+            },
+            "http://127.0.0.1:47831");
+    }
+
+    ScriptMessage message(nlohmann::json body) {
+        return {std::move(body), true, {"http", "127.0.0.1", 47831}, &nativeWebView};
+    }
+    bool send(nlohmann::json body) { return auth->handle(message(std::move(body))); }
+
+    bool authenticate(const std::string& provider, const std::string& requestID = firstRequest,
+                      const std::optional<std::string>& nonce = validNonce) {
+        nlohmann::json body{{"action", "authenticate"}, {"requestId", requestID}, {"provider", provider}};
+        if (nonce) body["nonce"] = *nonce;
+        return send(std::move(body));
+    }
+
+    // The details the bridge sent, taken back out of the scripts' JSON literals.
+    std::vector<nlohmann::json> results() const {
+        std::vector<nlohmann::json> details;
+        const std::string prefix = authResultScript({}, "").substr(0, authResultScript({}, "").find("})(") + 3);
+        for (const auto& script : webView.scripts) {
+            if (script.rfind(prefix, 0) != 0) continue;
+            const std::string arguments = script.substr(prefix.size(), script.size() - prefix.size() - 2);
+            details.push_back(nlohmann::json::parse("[" + arguments + "]").at(0));
+        }
+        return details;
+    }
+};
+
+}  // namespace brisel::testing
