@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace brisel::testing {
+
+inline const std::string exportRequestId = "5F1B5C2E-6A1D-4C4B-9B7E-2F0C1D2E3F40";
+inline const std::string exportFileName = "Brisel-20250101T093000Z.zip";
+
+// Standard padded base64, written plainly so the decoder is checked against something else.
+inline std::string encodeBase64(const std::string& bytes) {
+    static constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    size_t i = 0;
+    for (; i + 3 <= bytes.size(); i += 3) {
+        const uint32_t n = (uint8_t(bytes[i]) << 16) | (uint8_t(bytes[i + 1]) << 8) | uint8_t(bytes[i + 2]);
+        text += alphabet[n >> 18];
+        text += alphabet[(n >> 12) & 63];
+        text += alphabet[(n >> 6) & 63];
+        text += alphabet[n & 63];
+    }
+    if (bytes.size() - i == 1) {
+        const uint32_t n = uint8_t(bytes[i]) << 16;
+        text += alphabet[n >> 18];
+        text += alphabet[(n >> 12) & 63];
+        text += "==";
+    } else if (bytes.size() - i == 2) {
+        const uint32_t n = (uint8_t(bytes[i]) << 16) | (uint8_t(bytes[i + 1]) << 8);
+        text += alphabet[n >> 18];
+        text += alphabet[(n >> 12) & 63];
+        text += alphabet[(n >> 6) & 63];
+        text += '=';
+    }
+    return text;
+}
+
+// `size` bytes shaped like a ZIP archive as far as the export looks: a local file header at the
+// start, an end-of-central-directory record exactly 22 bytes before the end, varied bytes
+// between. Needs at least 26 bytes.
+inline std::string zipLikeArchive(size_t size) {
+    std::string bytes(size, '\0');
+    uint32_t state = 0x9E3779B9u ^ static_cast<uint32_t>(size);
+    for (auto& byte : bytes) {
+        state = state * 1664525u + 1013904223u;
+        byte = static_cast<char>(state >> 24);
+    }
+    bytes.replace(0, 4, "PK\x03\x04", 4);
+    bytes.replace(size - 22, 22, std::string("PK\x05\x06", 4) + std::string(18, '\0'));
+    return bytes;
+}
+
+inline nlohmann::json exportBody(const std::string& base64, const std::string& requestId = exportRequestId,
+                                 const std::string& filename = exportFileName) {
+    return {{"action", "exportMarkdown"}, {"requestId", requestId}, {"filename", filename}, {"base64", base64}};
+}
+
+}  // namespace brisel::testing

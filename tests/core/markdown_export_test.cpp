@@ -1,0 +1,437 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "app/companion.h"
+#include "core/export_test_support.h"
+#include "export/atomic_file.h"
+#include "export/markdown_export.h"
+#include "fakes/fake_ports.h"
+#include "fakes/page_script_runner.h"
+#include "fakes/temp_dir.h"
+
+namespace brisel {
+namespace {
+
+using nlohmann::json;
+using testing::encodeBase64;
+using testing::exportBody;
+using testing::exportFileName;
+using testing::exportRequestId;
+using testing::readFile;
+using testing::TempDir;
+using testing::writeFile;
+using testing::zipLikeArchive;
+
+const std::string secondRequestId = "0E6A4C2B-1D3F-4A5B-8C7D-9E0F1A2B3C4D";
+
+// The save panel as a sheet: records what it was asked to show and lets the test end it.
+// Like AppKit, cancelling a sheet runs its completion with no URL, from inside `cancelSheet`.
+class FakeSavePanel final : public SavePanelPort {
+public:
+    bool presenter = true;
+    bool completesWhenCancelled = true;
+    std::vector<SaveSheetOptions> sheets;
+    std::vector<SaveSheetCompletion> completions;
+    int cancels = 0;
+
+    bool hasPresenter() const override { return presenter; }
+    void beginSheet(const SaveSheetOptions& options, SaveSheetCompletion completion) override {
+        sheets.push_back(options);
+        completions.push_back(std::move(completion));
+    }
+    void cancelSheet() override {
+        ++cancels;
+        if (completesWhenCancelled && !completions.empty()) completions.back()(std::nullopt);
+    }
+
+    void choose(const std::filesystem::path& path, size_t sheet = SIZE_MAX) {
+        completions.at(sheet == SIZE_MAX ? completions.size() - 1 : sheet)(path);
+    }
+    void dismiss() { completions.back()(std::nullopt); }
+};
+
+std::vector<std::string> entriesOf(const std::filesystem::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+json result(const std::string& requestId, const std::string& status) {
+    return {{"requestId", requestId}, {"status", status}};
+}
+
+class MarkdownExportTest : public ::testing::Test {
+protected:
+    MarkdownExportTest() { webView.url = "http://127.0.0.1:47831/"; }
+
+    ScriptMessage message(json body) const {
+        return {std::move(body), true, {"http", "127.0.0.1", 47831}, &webView};
+    }
+    bool post(json body) { return exporter->handle(message(std::move(body))); }
+    bool postExport(const std::string& archive, const std::string& id = exportRequestId) {
+        return post(exportBody(encodeBase64(archive), id));
+    }
+    bool postCancel(std::optional<std::string> id) {
+        json body = {{"action", "cancelMarkdownExport"}};
+        if (id) body["requestId"] = *id;
+        return post(body);
+    }
+
+    // The export results the local page received, each script run in a real engine.
+    std::vector<json> pageResults(const std::string& pageOrigin = "http://127.0.0.1:47831") const {
+        testing::PageSetup setup;
+        setup.origin = pageOrigin;
+        const auto run = testing::runPageScripts(webView.scripts, setup);
+        EXPECT_TRUE(run.ran) << run.failure;
+        EXPECT_EQ(run.failure, "");
+        for (const auto& error : run.scriptErrors) EXPECT_EQ(error, std::nullopt);
+        return run.details("brisel:export-result");
+    }
+
+    testing::FakeWebView webView;
+    FakeSavePanel savePanel;
+    TempDir folder;
+    std::unique_ptr<BriselMarkdownExport> exporter =
+        std::make_unique<BriselMarkdownExport>(webView, productLocalURL, savePanel);
+    const std::string archive = zipLikeArchive(4096);
+};
+
+// MARK: - Saving
+
+TEST_F(MarkdownExportTest, SavesTheArchiveByteForByteAndLeavesNoTemporaryFile) {
+    EXPECT_TRUE(postExport(archive));
+    ASSERT_EQ(savePanel.sheets.size(), 1u);
+    const SaveSheetOptions& sheet = savePanel.sheets[0];
+    EXPECT_EQ(sheet.allowedContentTypes, std::vector<std::string>{"public.zip"});
+    EXPECT_EQ(sheet.suggestedFileName, exportFileName);
+    EXPECT_TRUE(sheet.canCreateDirectories);
+    EXPECT_EQ(sheet.title, "Markdownを書き出す");
+    EXPECT_EQ(sheet.prompt, "書き出す");
+    EXPECT_EQ(exporter->requestId(), exportRequestId);
+    EXPECT_TRUE(exporter->sheetOpen());
+    EXPECT_TRUE(webView.scripts.empty());
+
+    savePanel.choose(folder / "notes.zip");
+    EXPECT_EQ(readFile(folder / "notes.zip"), archive);
+    EXPECT_EQ(entriesOf(folder.path()), std::vector<std::string>{"notes.zip"});
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "saved")});
+    EXPECT_EQ(exporter->requestId(), std::nullopt);
+    EXPECT_FALSE(exporter->sheetOpen());
+}
+
+TEST_F(MarkdownExportTest, ReplacesAFileAlreadyThere) {
+    writeFile(folder / "notes.zip", "an older export that was much longer than this one will be");
+    postExport(archive);
+    savePanel.choose(folder / "notes.zip");
+    EXPECT_EQ(readFile(folder / "notes.zip"), archive);
+    EXPECT_EQ(entriesOf(folder.path()), std::vector<std::string>{"notes.zip"});
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "saved")});
+}
+
+TEST_F(MarkdownExportTest, DismissingTheSheetGivesCanceled) {
+    postExport(archive);
+    savePanel.dismiss();
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "canceled")});
+    EXPECT_TRUE(entriesOf(folder.path()).empty());
+    EXPECT_EQ(exporter->requestId(), std::nullopt);
+}
+
+TEST_F(MarkdownExportTest, AWriteThatFailsGivesFailedAndLeavesThePlaceUntouched) {
+    postExport(archive);
+    savePanel.choose(folder / "missing-folder" / "notes.zip");
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "failed")});
+
+    // A folder where the file should go: the rename fails and the folder keeps its contents.
+    writeFile(folder / "notes.zip" / "keep.txt", "kept");
+    webView.scripts.clear();
+    postExport(archive);
+    savePanel.choose(folder / "notes.zip");
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "failed")});
+    EXPECT_EQ(readFile(folder / "notes.zip" / "keep.txt"), "kept");
+    EXPECT_EQ(entriesOf(folder.path()), std::vector<std::string>{"notes.zip"});
+    EXPECT_EQ(exporter->requestId(), std::nullopt);
+}
+
+TEST_F(MarkdownExportTest, AReadOnlyFolderGivesFailed) {
+    if (::geteuid() == 0) GTEST_SKIP() << "root writes into read-only folders";
+    const auto locked = folder / "locked";
+    std::filesystem::create_directories(locked);
+    ::chmod(locked.c_str(), 0555);
+    postExport(archive);
+    savePanel.choose(locked / "notes.zip");
+    ::chmod(locked.c_str(), 0755);
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "failed")});
+    EXPECT_TRUE(entriesOf(locked).empty());
+}
+
+// MARK: - One export at a time
+
+TEST_F(MarkdownExportTest, ASecondExportFailsAtOnceAndTheFirstCarriesOn) {
+    postExport(archive);
+    EXPECT_TRUE(postExport(zipLikeArchive(100), secondRequestId));
+    EXPECT_EQ(savePanel.sheets.size(), 1u);
+    EXPECT_EQ(savePanel.cancels, 0);
+    EXPECT_EQ(exporter->requestId(), exportRequestId);
+    EXPECT_EQ(pageResults(), std::vector<json>{result(secondRequestId, "failed")});
+
+    savePanel.choose(folder / "notes.zip");
+    EXPECT_EQ(readFile(folder / "notes.zip"), archive);
+    EXPECT_EQ(pageResults(), (std::vector<json>{result(secondRequestId, "failed"), result(exportRequestId, "saved")}));
+}
+
+TEST_F(MarkdownExportTest, ASecondExportWithTheSameIdAlsoFails) {
+    postExport(archive);
+    postExport(archive);
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "failed")});
+    savePanel.dismiss();
+    EXPECT_EQ(pageResults(), (std::vector<json>{result(exportRequestId, "failed"), result(exportRequestId, "canceled")}));
+}
+
+// MARK: - Cancelling and invalidating
+
+TEST_F(MarkdownExportTest, InvalidateGivesExactlyOneCanceled) {
+    postExport(archive);
+    exporter->invalidate();
+    EXPECT_EQ(savePanel.cancels, 1);
+    EXPECT_EQ(exporter->requestId(), std::nullopt);
+    EXPECT_FALSE(exporter->sheetOpen());
+    exporter->invalidate();  // nothing left to cancel
+    EXPECT_EQ(savePanel.cancels, 1);
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "canceled")});
+}
+
+TEST_F(MarkdownExportTest, ALateCompletionAfterInvalidateIsIgnored) {
+    savePanel.completesWhenCancelled = false;
+    postExport(archive);
+    exporter->invalidate();
+    savePanel.choose(folder / "notes.zip");  // the sheet's answer arrives after all
+    EXPECT_TRUE(entriesOf(folder.path()).empty());
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "canceled")});
+}
+
+TEST_F(MarkdownExportTest, ALateCompletionOfAnOlderSheetIsIgnoredEvenUnderTheSameId) {
+    savePanel.completesWhenCancelled = false;
+    postExport(archive);
+    exporter->invalidate();
+    const std::string newer = zipLikeArchive(300);
+    postExport(newer);  // the page retries with the same id
+    ASSERT_EQ(savePanel.sheets.size(), 2u);
+    savePanel.choose(folder / "old.zip", 0);
+    EXPECT_TRUE(entriesOf(folder.path()).empty());
+    EXPECT_EQ(exporter->requestId(), exportRequestId);
+    savePanel.choose(folder / "new.zip", 1);
+    EXPECT_EQ(readFile(folder / "new.zip"), newer);
+    EXPECT_EQ(pageResults(),
+              (std::vector<json>{result(exportRequestId, "canceled"), result(exportRequestId, "saved")}));
+}
+
+TEST_F(MarkdownExportTest, CancelWithTheRunningIdGivesOneCanceled) {
+    postExport(archive);
+    EXPECT_TRUE(postCancel(exportRequestId));
+    EXPECT_EQ(savePanel.cancels, 1);
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "canceled")});
+}
+
+TEST_F(MarkdownExportTest, CancelWithoutIdOrWithAnotherIdLeavesARunningExportAlone) {
+    postExport(archive);
+    EXPECT_TRUE(postCancel(std::nullopt));
+    EXPECT_TRUE(postCancel(secondRequestId));
+    EXPECT_TRUE(post({{"action", "cancelMarkdownExport"}, {"requestId", 7}}));
+    EXPECT_EQ(savePanel.cancels, 0);
+    EXPECT_EQ(exporter->requestId(), exportRequestId);
+    EXPECT_TRUE(webView.scripts.empty());
+    savePanel.choose(folder / "notes.zip");
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "saved")});
+}
+
+TEST_F(MarkdownExportTest, CancelWhileIdleIsHarmless) {
+    EXPECT_TRUE(postCancel(std::nullopt));
+    EXPECT_TRUE(postCancel(exportRequestId));
+    EXPECT_EQ(savePanel.cancels, 0);
+    EXPECT_TRUE(webView.scripts.empty());
+}
+
+TEST_F(MarkdownExportTest, ASheetThatOutlivesTheExportDoesNothing) {
+    postExport(archive);
+    exporter.reset();
+    savePanel.choose(folder / "notes.zip");
+    EXPECT_TRUE(entriesOf(folder.path()).empty());
+    EXPECT_TRUE(webView.scripts.empty());
+}
+
+// MARK: - Refused requests
+
+TEST_F(MarkdownExportTest, ABadArchiveWithAUUIDIsAnsweredFailed) {
+    EXPECT_TRUE(postExport(zipLikeArchive(26).substr(0, 21)));
+    std::string commented = zipLikeArchive(100) + "c";
+    EXPECT_TRUE(postExport(commented, secondRequestId));
+    std::string wrongStart = zipLikeArchive(100);
+    wrongStart[2] = 0x01;
+    EXPECT_TRUE(postExport(wrongStart));
+    EXPECT_TRUE(savePanel.sheets.empty());
+    EXPECT_EQ(pageResults(), (std::vector<json>{result(exportRequestId, "failed"), result(secondRequestId, "failed"),
+                                                result(exportRequestId, "failed")}));
+    EXPECT_EQ(exporter->requestId(), std::nullopt);
+}
+
+TEST_F(MarkdownExportTest, ABadRequestWithoutAUsableIdGetsNoAnswer) {
+    auto noId = exportBody(encodeBase64(archive));
+    noId.erase("requestId");
+    auto numericId = exportBody(encodeBase64(archive));
+    numericId["requestId"] = 42;
+    for (const json& body : {noId, numericId, exportBody(encodeBase64(archive), "request-1"),
+                             exportBody(encodeBase64(archive), exportRequestId + "\n")}) {
+        EXPECT_TRUE(post(body));
+    }
+    EXPECT_TRUE(savePanel.sheets.empty());
+    EXPECT_TRUE(webView.scripts.empty());
+}
+
+TEST_F(MarkdownExportTest, WithoutAWindowForTheSheetTheExportFails) {
+    savePanel.presenter = false;
+    EXPECT_TRUE(postExport(archive));
+    EXPECT_TRUE(savePanel.sheets.empty());
+    EXPECT_EQ(exporter->requestId(), std::nullopt);
+    EXPECT_EQ(pageResults(), std::vector<json>{result(exportRequestId, "failed")});
+}
+
+TEST_F(MarkdownExportTest, OnlyTheTrustedPagesMainFrameIsHeard) {
+    const json body = exportBody(encodeBase64(archive));
+    auto subFrame = message(body);
+    subFrame.isMainFrame = false;
+    EXPECT_FALSE(exporter->handle(subFrame));
+    for (const SecurityOrigin& origin : std::vector<SecurityOrigin>{{"http", "localhost", 47831},
+                                                                    {"https", "127.0.0.1", 47831},
+                                                                    {"HTTP", "127.0.0.1", 47831},
+                                                                    {"http", "127.0.0.1", 0},
+                                                                    {"http", "127.0.0.1", 8080}}) {
+        auto other = message(body);
+        other.origin = origin;
+        EXPECT_FALSE(exporter->handle(other)) << origin.protocol << "://" << origin.host << ":" << origin.port;
+    }
+    // The web view object is not compared: another one showing the local page is heard.
+    auto otherView = message(body);
+    otherView.webView = nullptr;
+    EXPECT_TRUE(exporter->accepts(otherView));
+    EXPECT_TRUE(savePanel.sheets.empty());
+    EXPECT_TRUE(webView.scripts.empty());
+}
+
+TEST_F(MarkdownExportTest, NothingIsHeardWhileTheWebViewShowsAnotherPage) {
+    const json body = exportBody(encodeBase64(archive));
+    for (const std::optional<std::string>& url : {std::optional<std::string>("https://example.com/"),
+                                                  std::optional<std::string>("http://localhost:47831/"),
+                                                  std::optional<std::string>()}) {
+        webView.url = url;
+        EXPECT_FALSE(post(body));
+    }
+    EXPECT_TRUE(savePanel.sheets.empty());
+}
+
+TEST_F(MarkdownExportTest, OtherActionsAndMalformedBodiesAreLeftToTheNextBridge) {
+    EXPECT_FALSE(post({{"action", "capture"}}));
+    EXPECT_FALSE(post({{"action", "ExportMarkdown"}}));
+    EXPECT_FALSE(post({{"action", 1}}));
+    EXPECT_FALSE(post({{"requestId", exportRequestId}}));
+    EXPECT_FALSE(post(json::array({"exportMarkdown"})));
+    EXPECT_FALSE(post("exportMarkdown"));
+    EXPECT_TRUE(webView.scripts.empty());
+}
+
+// MARK: - Delivering the result
+
+TEST_F(MarkdownExportTest, NoResultReachesAPageThatLeftTheLocalOrigin) {
+    postExport(archive);
+    webView.url = "https://example.com/elsewhere";
+    savePanel.choose(folder / "notes.zip");
+    EXPECT_EQ(readFile(folder / "notes.zip"), archive);  // the user's choice is still honoured
+    EXPECT_TRUE(webView.scripts.empty());
+    EXPECT_EQ(exporter->requestId(), std::nullopt);
+}
+
+TEST_F(MarkdownExportTest, APageOnAnotherOriginIgnoresAResultThatReachesIt) {
+    // The web view still reports the local URL, but the page that runs the script is elsewhere
+    // (a navigation landed in between): the script checks the origin itself.
+    postExport(archive);
+    savePanel.dismiss();
+    ASSERT_EQ(webView.scripts.size(), 1u);
+    EXPECT_TRUE(pageResults("http://localhost:47831").empty());
+    EXPECT_TRUE(pageResults("https://127.0.0.1").empty());
+    EXPECT_EQ(pageResults().size(), 1u);
+}
+
+TEST(ExportResultScript, CarriesAnyTextToThePageUnchanged) {
+    const std::vector<std::string> texts = {
+        "plain", "a \"quoted\" 'text'", "back\\slash\\", "line\u2028separator\u2029paragraph", "</script><script>alert(1)</script>",
+        "${template}`tick`", "new\nline\r\ttab", std::string("nul\0byte", 8), "日本語の文 😀", "*/ }); throw 1; //"};
+    std::vector<std::string> scripts;
+    for (const auto& text : texts) {
+        const auto script = exportResultScript("http://127.0.0.1:47831", {{"requestId", text}, {"status", text}});
+        ASSERT_TRUE(script);
+        for (unsigned char c : *script) EXPECT_LT(c, 0x80) << "the script is plain ASCII";
+        scripts.push_back(*script);
+    }
+    const auto run = testing::runPageScripts(scripts);
+    ASSERT_TRUE(run.ran) << run.failure;
+    const auto received = run.details("brisel:export-result");
+    ASSERT_EQ(received.size(), texts.size());
+    for (size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(received[i], result(texts[i], texts[i])) << i;
+}
+
+TEST(ExportResultScript, OriginIsALiteralTooAndMustMatchThePageExactly) {
+    const std::string odd = "http://127.0.0.1:47831\"; window.dispatchEvent(new CustomEvent('brisel:export-result')); \"";
+    const auto script = exportResultScript(odd, result(exportRequestId, "saved"));
+    ASSERT_TRUE(script);
+    const auto run = testing::runPageScripts({*script});
+    ASSERT_TRUE(run.ran) << run.failure;
+    EXPECT_EQ(run.scriptErrors, std::vector<std::optional<std::string>>{std::nullopt});
+    EXPECT_TRUE(run.received.empty());
+}
+
+TEST(ExportResultScript, RefusesTextThatIsNotUTF8) {
+    EXPECT_EQ(exportResultScript("http://127.0.0.1:47831", result("\xFF", "saved")), std::nullopt);
+}
+
+// MARK: - Atomic writes
+
+TEST(ExportAtomicWrite, WritesReplacesAndCleansUp) {
+    TempDir folder;
+    const std::string bytes = zipLikeArchive(100000);
+    const auto span = std::span(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+    EXPECT_FALSE(writeFileAtomically(folder / "a.zip", span));
+    EXPECT_EQ(readFile(folder / "a.zip"), bytes);
+    EXPECT_FALSE(writeFileAtomically(folder / "a.zip", span.first(10)));
+    EXPECT_EQ(readFile(folder / "a.zip"), bytes.substr(0, 10));
+    EXPECT_FALSE(writeFileAtomically(folder / "empty.zip", {}));
+    EXPECT_EQ(std::filesystem::file_size(folder / "empty.zip"), 0u);
+    EXPECT_EQ(entriesOf(folder.path()), (std::vector<std::string>{"a.zip", "empty.zip"}));
+}
+
+TEST(ExportAtomicWrite, GivesTheFileTheUsualPermissions) {
+    TempDir folder;
+    const mode_t mask = ::umask(022);
+    const uint8_t byte = 1;
+    EXPECT_FALSE(writeFileAtomically(folder / "a.zip", std::span(&byte, 1)));
+    ::umask(mask);
+    struct stat info{};
+    ASSERT_EQ(::stat((folder / "a.zip").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0644u);
+}
+
+TEST(ExportAtomicWrite, AFailureLeavesTheOldFileAndNoTemporaryFile) {
+    TempDir folder;
+    std::filesystem::create_directories(folder / "taken");
+    writeFile(folder / "taken" / "inside", "x");
+    const uint8_t byte = 1;
+    EXPECT_TRUE(writeFileAtomically(folder / "taken", std::span(&byte, 1)));
+    EXPECT_TRUE(writeFileAtomically(folder / "no" / "such" / "a.zip", std::span(&byte, 1)));
+    EXPECT_TRUE(writeFileAtomically(folder.path() / "", std::span(&byte, 1)));
+    EXPECT_EQ(entriesOf(folder.path()), std::vector<std::string>{"taken"});
+    EXPECT_EQ(entriesOf(folder / "taken"), std::vector<std::string>{"inside"});
+}
+
+}  // namespace
+}  // namespace brisel
