@@ -1,0 +1,124 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "capture/hot_key_port.h"
+#include "shortcuts/key_value_store_port.h"
+#include "shortcuts/keyboard_layout_port.h"
+#include "shortcuts/physical_keys.h"
+
+namespace brisel::testing {
+
+// A layout as a table of key code to typed units; keys it does not list fail to translate.
+class FakeKeyboardLayout final : public KeyboardLayoutPort {
+public:
+    std::map<uint32_t, std::u16string> typed;
+    std::u16string characters(uint32_t keyCode) const override {
+        const auto found = typed.find(keyCode);
+        return found == typed.end() ? std::u16string() : found->second;
+    }
+
+    // US: every key of the table types its own character; the ISO section key types "§".
+    static FakeKeyboardLayout us() {
+        FakeKeyboardLayout layout;
+        for (const auto& entry : physicalKeys) layout.typed[entry.keyCode] = std::u16string(1, entry.key[0]);
+        layout.typed[10] = u"§";
+        return layout;
+    }
+
+    // French AZERTY: A and Q, Z and W swapped, M moved, and the digit row types its symbols.
+    static FakeKeyboardLayout frenchAzerty() {
+        FakeKeyboardLayout layout = us();
+        layout.typed[12] = u"a";
+        layout.typed[0] = u"q";
+        layout.typed[13] = u"z";
+        layout.typed[6] = u"w";
+        layout.typed[46] = u",";
+        layout.typed[41] = u"m";
+        layout.typed[18] = u"&";
+        layout.typed[19] = u"é";
+        layout.typed[20] = u"\"";
+        layout.typed[21] = u"'";
+        layout.typed[23] = u"(";
+        layout.typed[22] = u"§";
+        layout.typed[26] = u"è";
+        layout.typed[28] = u"!";
+        layout.typed[25] = u"ç";
+        layout.typed[29] = u"à";
+        return layout;
+    }
+};
+
+class FakeKeyValueStore final : public KeyValueStorePort {
+public:
+    std::map<std::string, std::string> values;
+    bool writesFail = false;
+    int writes = 0;
+
+    std::optional<std::string> get(const std::string& key) const override {
+        const auto found = values.find(key);
+        if (found == values.end()) return std::nullopt;
+        return found->second;
+    }
+    bool set(const std::string& key, std::string_view bytes) override {
+        ++writes;
+        if (writesFail) return false;
+        values[key] = std::string(bytes);
+        return true;
+    }
+};
+
+// Hot keys as the event manager keeps them: a refused combination answers with an error status.
+class FakeHotKeys final : public HotKeyPort {
+public:
+    using Combination = std::pair<uint32_t, uint32_t>;  // key code, Carbon modifiers
+
+    int32_t installStatus = 0;
+    std::set<Combination> takenByOthers;
+    bool answersWithoutRef = false;
+    bool answersErrorWithRef = false;
+    std::function<bool()> pressed;
+    bool handlerRemoved = false;
+    std::map<HotKeyRef, Combination> registered;
+    std::vector<std::string> calls;
+
+    int32_t installHandler(std::function<bool()> handler) override {
+        calls.push_back("install");
+        if (installStatus == 0) pressed = std::move(handler);
+        return installStatus;
+    }
+    void removeHandler() override {
+        calls.push_back("remove");
+        handlerRemoved = true;
+    }
+    HotKeyRegistration registerHotKey(uint32_t keyCode, uint32_t modifiers) override {
+        calls.push_back("register " + std::to_string(keyCode) + "/" + std::to_string(modifiers));
+        if (takenByOthers.count({keyCode, modifiers})) return {-9878, std::nullopt};  // eventHotKeyExistsErr
+        if (answersWithoutRef) return {0, std::nullopt};
+        if (answersErrorWithRef) return {-50, HotKeyRef{999}};
+        registered[nextRef_] = {keyCode, modifiers};
+        return {0, nextRef_++};
+    }
+    void unregisterHotKey(HotKeyRef ref) override {
+        calls.push_back("unregister " + std::to_string(registered.at(ref).first) + "/" +
+                        std::to_string(registered.at(ref).second));
+        registered.erase(ref);
+    }
+
+    std::vector<Combination> live() const {
+        std::vector<Combination> combinations;
+        for (const auto& entry : registered) combinations.push_back(entry.second);
+        return combinations;
+    }
+
+private:
+    HotKeyRef nextRef_ = 100;
+};
+
+}  // namespace brisel::testing
