@@ -125,4 +125,14 @@ std::optional<std::string> readTrimmedSetting(const std::filesystem::path& path)
     return trimWhitespaceAndNewlines(*text);
 }
 
+size_t unicodeScalarCount(std::string_view utf8) {
+    size_t count = 0;
+    char32_t scalar = 0;
+    for (size_t i = 0; i < utf8.size(); ++count) {
+        const size_t length = decodeScalar(utf8, i, scalar);
+        i += length == 0 ? 1 : length;
+    }
+    return count;
+}
+
 }  // namespace brisel

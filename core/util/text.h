@@ -28,4 +28,8 @@ std::optional<std::string> readUTF8File(const std::filesystem::path& path);
 // The file read as UTF-8 and trimmed; absent when unreadable.
 std::optional<std::string> readTrimmedSetting(const std::filesystem::path& path);
 
+// Unicode scalar values in UTF-8 text, the unit of the passage length limit (an emoji made of
+// several scalars counts as several). A byte that is not part of a valid sequence counts as one.
+size_t unicodeScalarCount(std::string_view utf8);
+
 }  // namespace brisel

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "platform/background_queue_port.h"
+
+namespace brisel::testing {
+
+// Runs background tasks at once on the caller's thread, or holds them until the test runs them
+// (to let the user switch applications while a search is under way).
+class FakeBackgroundQueue final : public BackgroundQueuePort {
+public:
+    bool runsAtOnce = true;
+    int started = 0;
+    std::deque<std::function<void()>> waiting;
+
+    void run(std::function<void()> task) override {
+        ++started;
+        if (runsAtOnce) {
+            task();
+        } else {
+            waiting.push_back(std::move(task));
+        }
+    }
+
+    bool runNext() {
+        if (waiting.empty()) return false;
+        auto task = std::move(waiting.front());
+        waiting.pop_front();
+        task();
+        return true;
+    }
+};
+
+// Each task on a thread of its own, as the global queue would run it.
+class ThreadBackgroundQueue final : public BackgroundQueuePort {
+public:
+    ~ThreadBackgroundQueue() override { joinAll(); }
+
+    void run(std::function<void()> task) override { threads_.emplace_back(std::move(task)); }
+
+    void joinAll() {
+        for (auto& thread : threads_) thread.join();
+        threads_.clear();
+    }
+
+private:
+    std::vector<std::thread> threads_;
+};
+
+}  // namespace brisel::testing
