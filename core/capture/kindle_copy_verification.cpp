@@ -6,9 +6,10 @@
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
 
-#include <algorithm>
-#include <climits>
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "util/text.h"

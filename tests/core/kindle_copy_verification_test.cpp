@@ -73,7 +73,7 @@ TEST(KindleCopyVerification, TitleTakesTheShortestSplitAndMayHoldParentheses) {
         SCOPED_TRACE("the shortest title leaves \"(p. 2)\" to the parenthetical");
         expectCopy(copyWithCitation("Doe, Jane. A Title (p. 1). (p. 2). Kindle Edition."), passage, "A Title", "p. 1");
     }
-    expectCopy(copyWithCitation("Doe, Jane. Part 2. The End (p. 9). Kindle Edition."), passage, "Part 2. The End",
+    expectCopy(copyWithCitation("Doe, Jane. Book 2. The End (p. 9). Kindle Edition."), passage, "Book 2. The End",
                "p. 9");
 }
 
