@@ -326,14 +326,14 @@ void Companion::waitForServer(int attempt, Probe probe) {
 }
 
 void Companion::launchServer() {
-    const auto spec = serverLaunchSpec(settings_.resources, settings_.cloudBackend,
+    const auto launchRequest = serverLaunchSpec(settings_.resources, settings_.cloudBackend,
                                        settings_.environment, endpoint_.host,
                                        static_cast<int>(endpoint_.port));
-    if (!spec) {
+    if (!launchRequest) {
         lastStatusError_ = texts::serverFilesMissing;
         return;
     }
-    server_ = ports_.launcher.launch(*spec);
+    server_ = ports_.launcher.launch(*launchRequest);
     if (!server_) lastStatusError_ = texts::serverLaunchFailed;
 }
 

@@ -26,7 +26,7 @@ public:
     virtual ~ProcessLauncher() = default;
     // Starts the child with standard input, output and error on the null device.
     // Returns null when the process could not be started.
-    virtual std::unique_ptr<ChildProcess> launch(const ChildProcessSpec& spec) = 0;
+    virtual std::unique_ptr<ChildProcess> launch(const ChildProcessSpec& launchRequest) = 0;
 };
 
 }  // namespace brisel

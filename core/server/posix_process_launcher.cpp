@@ -45,15 +45,15 @@ private:
 
 }  // namespace
 
-std::unique_ptr<ChildProcess> PosixProcessLauncher::launch(const ChildProcessSpec& spec) {
-    std::vector<std::string> argumentStrings{spec.executable};
-    argumentStrings.insert(argumentStrings.end(), spec.arguments.begin(), spec.arguments.end());
+std::unique_ptr<ChildProcess> PosixProcessLauncher::launch(const ChildProcessSpec& launchRequest) {
+    std::vector<std::string> argumentStrings{launchRequest.executable};
+    argumentStrings.insert(argumentStrings.end(), launchRequest.arguments.begin(), launchRequest.arguments.end());
     std::vector<char*> argv;
     for (auto& argument : argumentStrings) argv.push_back(argument.data());
     argv.push_back(nullptr);
 
     std::vector<std::string> environmentStrings;
-    for (const auto& [key, value] : spec.environment) environmentStrings.push_back(key + "=" + value);
+    for (const auto& [key, value] : launchRequest.environment) environmentStrings.push_back(key + "=" + value);
     std::vector<char*> envp;
     for (auto& entry : environmentStrings) envp.push_back(entry.data());
     envp.push_back(nullptr);
@@ -63,10 +63,10 @@ std::unique_ptr<ChildProcess> PosixProcessLauncher::launch(const ChildProcessSpe
     for (int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", fd == STDIN_FILENO ? O_RDONLY : O_WRONLY, 0);
     }
-    posix_spawn_file_actions_addchdir_np(&actions, spec.directory.c_str());
+    posix_spawn_file_actions_addchdir_np(&actions, launchRequest.directory.c_str());
 
     pid_t pid = 0;
-    const int error = ::posix_spawn(&pid, spec.executable.c_str(), &actions, nullptr, argv.data(), envp.data());
+    const int error = ::posix_spawn(&pid, launchRequest.executable.c_str(), &actions, nullptr, argv.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) return nullptr;
     return std::make_unique<PosixChildProcess>(pid);

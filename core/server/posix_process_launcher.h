@@ -9,7 +9,7 @@ namespace brisel {
 // Linux, so the launch that tests exercise is the one users get.
 class PosixProcessLauncher final : public ProcessLauncher {
 public:
-    std::unique_ptr<ChildProcess> launch(const ChildProcessSpec& spec) override;
+    std::unique_ptr<ChildProcess> launch(const ChildProcessSpec& launchRequest) override;
 };
 
 // This process's environment as a map.

@@ -56,10 +56,10 @@ TEST_F(StartupTest, LaunchesOnceWhenNothingAnswersAndLoadsThePageWhenTheServerIs
     auto& companion = h.launch();
     h.queue.runUntilIdle();
     ASSERT_EQ(h.launcher.launches.size(), 1u);
-    const auto& spec = h.launcher.launches[0];
-    EXPECT_EQ(spec.arguments, std::vector<std::string>{(h.resources() / "server/server.mjs").string()});
-    EXPECT_EQ(spec.environment.at("PORT"), "47831");
-    EXPECT_EQ(spec.environment.at("HOST"), "127.0.0.1");
+    const auto& launchRequest = h.launcher.launches[0];
+    EXPECT_EQ(launchRequest.arguments, std::vector<std::string>{(h.resources() / "server/server.mjs").string()});
+    EXPECT_EQ(launchRequest.environment.at("PORT"), "47831");
+    EXPECT_EQ(launchRequest.environment.at("HOST"), "127.0.0.1");
 
     h.queue.advance(749ms);
     EXPECT_TRUE(h.webView.loads.empty());

@@ -44,8 +44,8 @@ public:
     bool terminated = false;
     std::vector<ChildProcessSpec> launches;
 
-    std::unique_ptr<ChildProcess> launch(const ChildProcessSpec& spec) override {
-        launches.push_back(spec);
+    std::unique_ptr<ChildProcess> launch(const ChildProcessSpec& launchRequest) override {
+        launches.push_back(launchRequest);
         if (fails) return nullptr;
         return std::make_unique<FakeChildProcess>(&terminated);
     }
