@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "core/export_test_support.h"
 #include "export/base64.h"
 #include "export/export_payload.h"
 
@@ -31,32 +32,11 @@ std::string largestArchive() {
     return bytes;
 }
 
-std::string encode(const std::string& bytes) {
-    static constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    text.reserve((bytes.size() + 2) / 3 * 4);
-    size_t i = 0;
-    for (; i + 3 <= bytes.size(); i += 3) {
-        const uint32_t n = (uint8_t(bytes[i]) << 16) | (uint8_t(bytes[i + 1]) << 8) | uint8_t(bytes[i + 2]);
-        for (int shift : {18, 12, 6, 0}) text += alphabet[(n >> shift) & 63];
-    }
-    const size_t left = bytes.size() - i;
-    if (left > 0) {
-        uint32_t n = uint8_t(bytes[i]) << 16;
-        if (left == 2) n |= uint8_t(bytes[i + 1]) << 8;
-        text += alphabet[n >> 18];
-        text += alphabet[(n >> 12) & 63];
-        text += left == 2 ? alphabet[(n >> 6) & 63] : '=';
-        text += '=';
-    }
-    return text;
-}
-
 // Built once; with BRISEL_EXPORT_BENCH_BASE64 set, also written there so `base64 -d` can be
 // timed on the very same text.
 const std::string& largestBase64() {
     static const std::string text = [] {
-        std::string encoded = encode(largestArchive());
+        std::string encoded = brisel::testing::encodeBase64(largestArchive());
         if (const char* path = std::getenv("BRISEL_EXPORT_BENCH_BASE64")) {
             std::ofstream(path, std::ios::binary) << encoded;
         }
