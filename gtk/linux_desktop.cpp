@@ -14,7 +14,7 @@ bool LinuxDesktop::isActive() const {
     return panel_ && panel_->isActive();
 }
 
-void LinuxDesktop::openInBrowser(const std::string& url) {
+void LinuxDesktop::openURL(const std::string& url) {
     GError* error = nullptr;
     if (!g_app_info_launch_default_for_uri(url.c_str(), nullptr, &error)) {
         g_warning("Brisel could not open the browser: %s", error ? error->message : "unknown error");

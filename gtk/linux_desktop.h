@@ -27,7 +27,7 @@ public:
     bool isHidden() const override { return false; }
     void terminate() override { gtk_main_quit(); }
 
-    void openInBrowser(const std::string& url) override;
+    void openURL(const std::string& url) override;
     std::string frontmostBundleID() const override;
 
 private:

@@ -194,6 +194,10 @@ void PanelWindow::makeKeyAndOrderFront() {
     gtk_window_present(window_);
 }
 
+void PanelWindow::orderOut() {
+    if (window_) gtk_widget_hide(GTK_WIDGET(window_));
+}
+
 PanelLayout PanelWindow::layout() const {
     PanelLayout layout;
     if (!window_) return layout;

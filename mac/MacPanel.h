@@ -30,6 +30,8 @@ public:
     Rect frame() const override;
     void setFrame(const Rect& frame, bool display, bool animate) override;
     void makeKeyAndOrderFront() override;
+    void orderOut() override;
+    bool isKeyWindow() const override;
     PanelLayout layout() const override;
     void setStartupLabel(const std::string& text) override;
     void removeStartupLabel() override;

@@ -140,6 +140,14 @@ void MacPanel::makeKeyAndOrderFront() {
     [panel_ makeKeyAndOrderFront:nil];
 }
 
+void MacPanel::orderOut() {
+    [panel_ orderOut:nil];
+}
+
+bool MacPanel::isKeyWindow() const {
+    return panel_.isKeyWindow;
+}
+
 PanelLayout MacPanel::layout() const {
     WKWebView* webView = webView_.view();
     PanelLayout layout;

@@ -6,7 +6,7 @@ namespace brisel::mac {
 
 class MacWorkspace final : public WorkspacePort {
 public:
-    void openInBrowser(const std::string& url) override;
+    void openURL(const std::string& url) override;
     std::string frontmostBundleID() const override;
 };
 

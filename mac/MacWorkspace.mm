@@ -6,7 +6,7 @@
 
 namespace brisel::mac {
 
-void MacWorkspace::openInBrowser(const std::string& url) {
+void MacWorkspace::openURL(const std::string& url) {
     if (NSURL* address = [NSURL URLWithString:nsString(url)]) [NSWorkspace.sharedWorkspace openURL:address];
 }
 

@@ -176,7 +176,7 @@ bool Companion::decidePolicyForNavigation(const std::optional<std::string>& url,
     // scripted redirects, form posts and other schemes are cancelled without a trace.
     const auto parts = parseURL(*url);
     const std::string scheme = parts ? asciiLowercase(parts->scheme) : "";
-    if (linkActivated && (scheme == "https" || scheme == "http")) ports_.workspace.openInBrowser(*url);
+    if (linkActivated && (scheme == "https" || scheme == "http")) ports_.workspace.openURL(*url);
     return false;
 }
 

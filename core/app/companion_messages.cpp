@@ -43,7 +43,7 @@ void Companion::didReceiveScriptMessage(const ScriptMessage& message) {
         sendStatus();
     } else if (action == "openAuthBrowser") {
         const auto url = stringField(body, "url");
-        if (settings_.cloudBackend && url && isSignInURL(*url)) ports_.workspace.openInBrowser(*url);
+        if (settings_.cloudBackend && url && isSignInURL(*url)) ports_.workspace.openURL(*url);
     } else if (action == "readingControls") {
         updateReadingControls(body);
     } else if (action == "diagnostic") {

@@ -52,6 +52,9 @@ public:
     virtual Rect frame() const = 0;
     virtual void setFrame(const Rect& frame, bool display, bool animate) = 0;
     virtual void makeKeyAndOrderFront() = 0;
+    // Takes the panel off screen without closing it (when Kindle comes forward).
+    virtual void orderOut() = 0;
+    virtual bool isKeyWindow() const = 0;
 
     virtual PanelLayout layout() const = 0;
 

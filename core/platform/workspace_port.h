@@ -4,11 +4,13 @@
 
 namespace brisel {
 
-// The desktop around the panel: the user's browser and the running applications.
+// The desktop around the panel: the handlers of URLs and the running applications.
 class WorkspacePort {
 public:
     virtual ~WorkspacePort() = default;
-    virtual void openInBrowser(const std::string& url) = 0;
+    // Hands the URL to the system: web addresses go to the user's browser, the system settings
+    // address of the Accessibility privacy pane to the settings (the Linux shell translates it).
+    virtual void openURL(const std::string& url) = 0;
     virtual std::string frontmostBundleID() const = 0;  // empty when unknown
 };
 

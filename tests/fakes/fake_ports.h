@@ -74,7 +74,9 @@ public:
     std::optional<PanelConfiguration> configuration;
     std::optional<std::string> startupLabel;
     bool controlsHidden = true;
+    bool key = false;
     int keyAndFrontCount = 0;
+    int orderOutCount = 0;
     struct FrameChange {
         Rect frame;
         bool display;
@@ -110,8 +112,15 @@ public:
     }
     void makeKeyAndOrderFront() override {
         visible = true;
+        key = true;
         ++keyAndFrontCount;
     }
+    void orderOut() override {
+        visible = false;
+        key = false;
+        ++orderOutCount;
+    }
+    bool isKeyWindow() const override { return key; }
     PanelLayout layout() const override { return {visible, visible, false, visible, true, currentFrame, {0, 0, currentFrame.width, currentFrame.height}}; }
     void setStartupLabel(const std::string& text) override { startupLabel = text; }
     void removeStartupLabel() override { startupLabel.reset(); }
@@ -142,7 +151,7 @@ public:
 class FakeWorkspace final : public WorkspacePort {
 public:
     std::vector<std::string> opened;
-    void openInBrowser(const std::string& url) override { opened.push_back(url); }
+    void openURL(const std::string& url) override { opened.push_back(url); }
     std::string frontmostBundleID() const override { return "org.example.editor"; }
 };
 
