@@ -1,6 +1,6 @@
 // The console page and its assets: what is served, with which headers, and what never is.
 import assert from 'node:assert/strict';
-import { mkdtemp, mkdir, readFile, rm, symlink, writeFile } from 'node:fs/promises';
+import { mkdtemp, mkdir, readdir, readFile, rm, symlink, writeFile } from 'node:fs/promises';
 import { once } from 'node:events';
 import os from 'node:os';
 import path from 'node:path';
@@ -31,6 +31,23 @@ describe('console assets over the real server', { timeout: 15000 }, () => {
     const style = await request(server.port, '/console.css?v=1');
     assert.equal(style.status, 200);
     assert.equal(style.headers['content-type'], 'text/css; charset=utf-8');
+  });
+
+  test('every file of the page is served with its type, and every module it imports is there', async () => {
+    const folder = path.join(SERVER_DIR, 'console');
+    const files = await readdir(folder);
+    const types = { '.html': 'text/html; charset=utf-8', '.js': 'text/javascript; charset=utf-8', '.css': 'text/css; charset=utf-8' };
+    for (const file of files) {
+      const answer = await request(server.port, `/${file}`);
+      assert.equal(answer.status, 200, file);
+      assert.equal(answer.headers['content-type'], types[path.extname(file)], file);
+      if (!file.endsWith('.js')) continue;
+      // Module scripts load only with a script type, so an import of a missing file breaks the page.
+      for (const [, target] of answer.body.matchAll(/^\s*(?:import|export)\b[^'"]*?from\s+'([^']+)'/gm)) {
+        assert.match(target, /^\.\/[a-z-]+\.js$/, `${file} imports ${target}`);
+        assert.ok(files.includes(target.slice(2)), `${file} imports ${target}`);
+      }
+    }
   });
 
   test('every answer carries a strict content security policy and nosniff', async () => {
