@@ -23,8 +23,8 @@ void LinuxDesktop::openURL(const std::string& url) {
 }
 
 std::string LinuxDesktop::frontmostBundleID() const {
-    // Another application's identity is not something X11 tells reliably; only our own is known.
-    return isActive() ? applicationID : "";
+    const auto frontmost = applications_ ? applications_->frontmostApplication() : std::nullopt;
+    return frontmost ? frontmost->bundleID.value_or("") : "";
 }
 
 }  // namespace brisel::gtk

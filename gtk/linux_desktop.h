@@ -6,6 +6,7 @@
 
 #include "app/main_menu.h"
 #include "platform/application_port.h"
+#include "platform/running_applications_port.h"
 #include "platform/workspace_port.h"
 
 namespace brisel::gtk {
@@ -18,6 +19,7 @@ public:
     static constexpr const char* applicationID = "app.brisel.Brisel";
 
     void setPanel(PanelWindow& panel) { panel_ = &panel; }
+    void setApplications(const RunningApplicationsPort& applications) { applications_ = &applications; }
     const std::vector<Menu>& menus() const { return menus_; }
 
     // The menu is kept here and shown by the panel as its header-bar menu.
@@ -33,6 +35,7 @@ public:
 private:
     std::vector<Menu> menus_;
     PanelWindow* panel_ = nullptr;
+    const RunningApplicationsPort* applications_ = nullptr;
 };
 
 }  // namespace brisel::gtk

@@ -8,14 +8,8 @@
 #include <filesystem>
 #include <iostream>
 
-#include "app/companion.h"
-#include "glib_main_queue.h"
-#include "linux_desktop.h"
-#include "net/curl_http_client.h"
-#include "panel_window.h"
 #include "screenshot.h"
-#include "server/posix_process_launcher.h"
-#include "web_view.h"
+#include "shell.h"
 
 namespace {
 
@@ -78,6 +72,8 @@ int main(int argc, char** argv) {
         usage();
         return 2;
     }
+    // The hot key, the clipboard and the frontmost window are X11's; under Wayland, XWayland serves them.
+    gdk_set_allowed_backends("x11");
     if (!gtk_init_check(&argc, &argv)) {
         std::cerr << "Brisel needs a display. Without one, run it through scripts/run.sh, which starts Xvfb.\n";
         return 1;
@@ -85,62 +81,24 @@ int main(int argc, char** argv) {
     g_set_prgname("brisel");
     g_set_application_name("Brisel");
 
-    const auto resources = resourcesFolder();
-    CompanionSettings settings;
-    settings.localURL = options->localURL;
-    settings.cloudBackend = readCloudBackend(resources);
-    settings.resources = resources;
-    settings.logFolder = logFolder();
-    settings.environment = currentEnvironment();
-    settings.processID = static_cast<int64_t>(::getpid());
-
-    gtk::GlibMainQueue mainQueue;
-    CurlHttpClient http;
-    PosixProcessLauncher launcher;
-    gtk::LinuxDesktop desktop;
-    gtk::WebView webView;
-    std::unique_ptr<Companion> companion;
-    gtk::PanelWindow panel(webView, desktop.menus(),
-                           {[&](MenuAction action) {
-                                switch (action) {
-                                case MenuAction::openCompanion: companion->openCompanion(); break;
-                                case MenuAction::quit: gtk_main_quit(); break;
-                                case MenuAction::copy:
-                                    webkit_web_view_execute_editing_command(webView.widget(), WEBKIT_EDITING_COMMAND_COPY);
-                                    break;
-                                case MenuAction::paste:
-                                    webkit_web_view_execute_editing_command(webView.widget(), WEBKIT_EDITING_COMMAND_PASTE);
-                                    break;
-                                case MenuAction::selectAll:
-                                    webkit_web_view_execute_editing_command(webView.widget(),
-                                                                            WEBKIT_EDITING_COMMAND_SELECT_ALL);
-                                    break;
-                                case MenuAction::minimize: gtk_window_iconify(panel.window()); break;
-                                case MenuAction::openSettings:
-                                case MenuAction::separator: break;
-                                }
-                            },
-                            // The settings window arrives with the shortcut settings.
-                            [](MenuAction action) { return action != MenuAction::openSettings; },
-                            [&] { return companion->panelShouldClose(); }});
-    desktop.setPanel(panel);
-    companion = std::make_unique<Companion>(
-        CompanionPorts{mainQueue, http, launcher, desktop, panel, webView, desktop}, settings);
-    webView.attach(*companion);
-    panel.attach(companion->readingControls());
+    const auto preferences = FileKeyValueStore::userFolder(std::getenv("XDG_CONFIG_HOME"), std::getenv("HOME"));
+    // Without any home the bindings still work for this run, kept in the temporary folder.
+    gtk::Shell shell(options->localURL, {resourcesFolder(), logFolder(),
+                                         preferences.value_or(std::filesystem::temp_directory_path() / "Brisel")});
+    Companion& companion = shell.companion();
 
     // Quitting from the terminal or the session ends like "Briselを終了": the server we started stops.
     for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
         g_unix_signal_add(signal, +[](gpointer) -> gboolean { gtk_main_quit(); return G_SOURCE_CONTINUE; }, nullptr);
     }
 
-    companion->applicationDidFinishLaunching();
+    companion.applicationDidFinishLaunching();
     std::unique_ptr<gtk::Screenshot> screenshot;
     if (!options->screenshot.empty()) {
-        screenshot = std::make_unique<gtk::Screenshot>(panel, *companion, options->screenshot,
+        screenshot = std::make_unique<gtk::Screenshot>(shell.panel(), companion, options->screenshot,
                                                       std::chrono::seconds(options->screenshotTimeoutSeconds));
     }
     gtk_main();
-    companion->applicationWillTerminate();
+    companion.applicationWillTerminate();
     return screenshot && !screenshot->saved() ? 1 : 0;
 }

@@ -30,6 +30,7 @@ public:
 
     void load(const std::string& url, Duration timeout) override;
     std::optional<std::string> currentURL() const override;
+    const void* identity() const override { return view_; }
     void evaluate(const std::string& script, std::function<void(ScriptResult)> completion) override;
 
 private:

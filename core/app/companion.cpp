@@ -71,7 +71,11 @@ Companion::Companion(CompanionPorts ports, CompanionSettings settings)
     : ports_(ports),
       settings_(std::move(settings)),
       statusURL_(resolveRelative(settings_.localURL, "api/status")),
-      startupDiagnostics_(settings_.logFolder, [&queue = ports.mainQueue] { return queue.now(); }) {
+      startupDiagnostics_(settings_.logFolder, [&queue = ports.mainQueue] { return queue.now(); }),
+      shortcuts_(ports.preferences),
+      hotKey_(ports.hotKeys, ports.mainQueue, ports.keyboardLayout, shortcuts_,
+              [this] { capture_.requestCaptureFromKindle(); }),
+      capture_({ports.mainQueue, ports.background, ports.pasteboard, ports.accessibility, ports.applications}, *this) {
     const auto local = parseURL(settings_.localURL);
     if (!local || !local->host || !local->port) {
         std::fprintf(stderr, "Brisel: the local URL %s names no host and port.\n", settings_.localURL.c_str());
@@ -88,12 +92,17 @@ void Companion::applicationDidFinishLaunching() {
     startupDiagnostics_.write("launch", {{"pid", settings_.processID}});
     ports_.application.installMainMenu(mainMenu());
     configurePanel();
+    hotKey_.install();
+    wireShortcutSettings();
+    mirrorShortcuts();
     probeServer(weakly([this](Probe probe) { startServerIfNeeded(probe); }));
     showPanel();
 }
 
 void Companion::applicationDidBecomeActive() {
-    if (pageReady_) sendStatus();
+    if (!pageReady_) return;
+    mirrorShortcuts();
+    sendStatus();
 }
 
 bool Companion::applicationShouldHandleReopen() {
@@ -103,6 +112,10 @@ bool Companion::applicationShouldHandleReopen() {
 }
 
 void Companion::applicationWillTerminate() {
+    invalidateBridges();
+    hotKey_.unregister();
+    removeKeyRecorder();
+    hotKey_.removeHandler();
     // Only a server this process started is ours to stop; one found running is left alone.
     if (server_ && server_->isRunning()) server_->terminate();
 }
@@ -123,6 +136,7 @@ void Companion::configurePanel() {
     configuration.userScripts = {scripts::capabilityFlags(), scripts::errorReporter};
     configuration.startupLabel = texts::startingUp;
     ports_.panel.configure(configuration);
+    makeBridges();
     // The strip's buttons speak to the page only while it is the local page, loaded and ready.
     readingControls_.onAction = weakly([this](const std::string& action, const std::string& controlId) {
         if (pageReady_ && showsLocalPage()) dispatch({{"type", action}, {"controlId", controlId}});
@@ -161,7 +175,12 @@ void Companion::resizeMap(bool expanded) {
 
 bool Companion::panelShouldClose() {
     // The close button means "back to reading": the page may offer to save first.
-    if (pageReady_) dispatch({{"type", "returnRequested"}});
+    invalidateSignIn();
+    if (pageReady_) {
+        dispatch({{"type", "returnRequested"}});
+    } else {
+        capture_.returnToReading(std::nullopt, false);
+    }
     return false;
 }
 
@@ -182,6 +201,7 @@ bool Companion::decidePolicyForNavigation(const std::optional<std::string>& url,
 
 void Companion::didStartProvisionalNavigation() {
     pageWentAway();
+    invalidateBridges();
 }
 
 void Companion::didFinishNavigation() {
@@ -206,12 +226,23 @@ void Companion::didFailNavigation(const WebError& error, bool provisional) {
 void Companion::webContentProcessDidTerminate() {
     // Not reloaded on purpose: events wait in the queue until a later navigation finishes.
     pageWentAway();
+    invalidateBridges();
     startupDiagnostics_.write("web-content-process-terminated");
 }
 
 void Companion::pageWentAway() {
     pageReady_ = false;
     resetReadingControls();
+}
+
+// A sign-in or export in flight belongs to the page that asked; it ends with the page.
+void Companion::invalidateBridges() {
+    if (markdownExport_) markdownExport_->invalidate();
+    invalidateSignIn();
+}
+
+void Companion::invalidateSignIn() {
+    if (nativeAuth_) nativeAuth_->invalidate();
 }
 
 void Companion::resetReadingControls() {
@@ -273,8 +304,14 @@ void Companion::dispatch(NativeEvent event) {
 }
 
 void Companion::sendStatus(const std::optional<std::string>& error) {
-    NativeEvent status = {{"type", "status"}};
-    if (const auto text = error ? error : lastStatusError_) status["error"] = *text;
+    const KeyboardLayoutPort& layout = ports_.keyboardLayout;
+    NativeEvent status = {{"type", "status"},
+                          {"accessibility", ports_.accessibility.isProcessTrusted(false)},
+                          {"shortcut", shortcuts_.bindings().capture.label(layout)},
+                          {"shortcuts", shortcuts_.bindings().webValue(layout)}};
+    auto text = error ? error : lastStatusError_;
+    if (!text) text = hotKey_.shortcutError();
+    if (text) status["error"] = *text;
     dispatch(std::move(status));
 }
 

@@ -1,4 +1,4 @@
-// The page's requests on the "omvane" channel.
+// The page's requests on the "omvane" channel, and the bridges that serve some of them.
 #include "app/companion.h"
 #include "auth/external_urls.h"
 
@@ -22,7 +22,30 @@ bool isOneOf(const std::string& value, std::initializer_list<const char*> words)
     return false;
 }
 
+// The Privacy & Security pane of System Settings, at its Accessibility list.
+constexpr const char* accessibilitySettingsURL =
+    "x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility";
+
 }  // namespace
+
+void Companion::makeBridges() {
+    BriselNativeAuthPorts auth{
+        .webView = [alive = std::weak_ptr<bool>(alive_), this]() -> WebViewReference {
+            if (!alive.lock()) return {};
+            return {&ports_.webView, ports_.webView.identity()};
+        },
+        .configuration = ports_.configuration,
+        .apple = ports_.apple,
+        .google = ports_.google,
+        .anchor = [alive = std::weak_ptr<bool>(alive_)] { return !alive.expired(); },
+    };
+    nativeAuth_.emplace(std::move(auth), settings_.localURL);
+    markdownExport_.emplace(ports_.webView, settings_.localURL, ports_.savePanel, endpoint_.port);
+}
+
+void Companion::openURL(const std::string& url) {
+    if (nativeAuth_) nativeAuth_->handleURL(url);
+}
 
 bool Companion::acceptsFromPage(const ScriptMessage& message) const {
     if (!message.isMainFrame) return false;
@@ -34,6 +57,8 @@ bool Companion::acceptsFromPage(const ScriptMessage& message) const {
 
 void Companion::didReceiveScriptMessage(const ScriptMessage& message) {
     if (!acceptsFromPage(message)) return;
+    if (markdownExport_ && markdownExport_->handle(message)) return;
+    if (nativeAuth_ && nativeAuth_->handle(message)) return;
     const json& body = message.body;
     const std::string action = *stringField(body, "action");
 
@@ -44,10 +69,22 @@ void Companion::didReceiveScriptMessage(const ScriptMessage& message) {
     } else if (action == "openAuthBrowser") {
         const auto url = stringField(body, "url");
         if (settings_.cloudBackend && url && isSignInURL(*url)) ports_.workspace.openURL(*url);
+    } else if (action == "openBilling") {
+        openBilling(message);
     } else if (action == "readingControls") {
         updateReadingControls(body);
     } else if (action == "diagnostic") {
         logPageDiagnostic(body);
+    } else if (action == "capture") {
+        capture_.requestCaptureFromKindle();
+    } else if (action == "openSettings") {
+        openSettings();
+    } else if (action == "returnToReading") {
+        capture_.returnToReading(stringField(body, "measurementId"), false);
+    } else if (action == "returnAfterSave") {
+        capture_.returnAfterSave(stringField(body, "measurementId"));
+    } else if (action == "openAccessibilitySettings") {
+        openAccessibilitySettings();
     } else if (action == "expandMap") {
         resizeMap(true);
     } else if (action == "compactMap") {
@@ -58,6 +95,18 @@ void Companion::didReceiveScriptMessage(const ScriptMessage& message) {
     } else if (action == "quit") {
         ports_.application.terminate();
     }
+}
+
+void Companion::openBilling(const ScriptMessage& message) {
+    if (!nativeAuth_ || !nativeAuth_->accepts(message)) return;
+    const auto url = stringField(message.body, "url");
+    if (url && isBillingURL(*url)) ports_.workspace.openURL(*url);
+}
+
+void Companion::openAccessibilitySettings() {
+    // Asking with the prompt lets the system offer its own dialog; the answer is not needed.
+    ports_.accessibility.isProcessTrusted(true);
+    ports_.workspace.openURL(accessibilitySettingsURL);
 }
 
 void Companion::updateReadingControls(const json& body) {

@@ -6,7 +6,7 @@
 
 #include <utility>
 
-#include "app/companion.h"
+#include "app/product.h"
 #include "capture/accessibility_copy.h"
 #include "capture/capture_texts.h"
 

@@ -1,7 +1,7 @@
 // Pressing Kindle's Copy and collecting its copy from the clipboard.
 #include <utility>
 
-#include "app/companion.h"
+#include "app/product.h"
 #include "capture/accessibility_copy.h"
 #include "capture/capture_texts.h"
 #include "capture/kindle_capture.h"

@@ -32,6 +32,8 @@ public:
     virtual ~WebViewPort() = default;
     virtual void load(const std::string& url, Duration timeout) = 0;
     virtual std::optional<std::string> currentURL() const = 0;
+    // The platform's web view object, as a ScriptMessage's `webView` names it.
+    virtual const void* identity() const = 0;
     virtual void evaluate(const std::string& script, std::function<void(ScriptResult)> completion) = 0;
 };
 

@@ -117,6 +117,13 @@ void BriselReadingControlsModel::reset() {
     changed();
 }
 
+void BriselReadingControlsModel::setShortcutHints(ShortcutHint save, ShortcutHint giveBack) {
+    if (save == saveShortcut && giveBack == returnShortcut) return;
+    saveShortcut = std::move(save);
+    returnShortcut = std::move(giveBack);
+    changed();
+}
+
 void BriselReadingControlsModel::changed() {
     if (onChange) onChange();
 }

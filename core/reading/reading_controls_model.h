@@ -51,6 +51,8 @@ public:
     // A button or its shortcut; true when the action went to `onAction`.
     bool perform(const std::string& action, const std::string& controlId);
     void reset();
+    // Takes the save and return bindings' hints; listeners hear of it only when they changed.
+    void setShortcutHints(ShortcutHint save, ShortcutHint giveBack);
 
 private:
     struct LastState {

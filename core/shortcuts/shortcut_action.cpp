@@ -4,7 +4,7 @@
 
 namespace brisel {
 
-std::string_view id(BriselShortcutAction action) {
+std::string_view actionName(BriselShortcutAction action) {
     switch (action) {
     case BriselShortcutAction::capture: return "capture";
     case BriselShortcutAction::saveAndReturn: return "saveAndReturn";
@@ -33,7 +33,7 @@ std::string_view help(BriselShortcutAction action) {
 
 std::optional<BriselShortcutAction> shortcutAction(std::string_view rawValue) {
     for (const auto action : allShortcutActions) {
-        if (id(action) == rawValue) return action;
+        if (actionName(action) == rawValue) return action;
     }
     return std::nullopt;
 }

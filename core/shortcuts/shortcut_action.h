@@ -14,7 +14,7 @@ inline constexpr std::array<BriselShortcutAction, 3> allShortcutActions{
     BriselShortcutAction::capture, BriselShortcutAction::saveAndReturn, BriselShortcutAction::returnToReading};
 
 // The raw value, which is also the action's identifier and its key in the persisted object.
-std::string_view id(BriselShortcutAction action);
+std::string_view actionName(BriselShortcutAction action);
 std::string_view title(BriselShortcutAction action);
 std::string_view help(BriselShortcutAction action);
 

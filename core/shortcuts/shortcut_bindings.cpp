@@ -20,7 +20,7 @@ std::optional<uint32_t> decodeField(const nlohmann::json& object, const char* na
 }
 
 std::optional<BriselKeyBinding> decodeBinding(const nlohmann::json& root, BriselShortcutAction action) {
-    const auto entry = root.find(std::string(id(action)));
+    const auto entry = root.find(std::string(actionName(action)));
     if (entry == root.end() || !entry->is_object()) return std::nullopt;
     const auto keyCode = decodeField(*entry, "keyCode");
     const auto modifiers = decodeField(*entry, "modifiers");
@@ -45,14 +45,14 @@ BriselKeyBinding& BriselShortcutBindings::operator[](BriselShortcutAction action
 
 nlohmann::json BriselShortcutBindings::webValue(const KeyboardLayoutPort& layout) const {
     nlohmann::json value = nlohmann::json::object();
-    for (const auto action : allShortcutActions) value[std::string(id(action))] = (*this)[action].webValue(layout);
+    for (const auto action : allShortcutActions) value[std::string(actionName(action))] = (*this)[action].webValue(layout);
     return value;
 }
 
 std::string encodeShortcutBindings(const BriselShortcutBindings& bindings) {
     nlohmann::json value = nlohmann::json::object();
     for (const auto action : allShortcutActions) {
-        value[std::string(id(action))] = {{"keyCode", bindings[action].keyCode}, {"modifiers", bindings[action].modifiers}};
+        value[std::string(actionName(action))] = {{"keyCode", bindings[action].keyCode}, {"modifiers", bindings[action].modifiers}};
     }
     return value.dump();
 }

@@ -8,6 +8,7 @@
 #include "export/atomic_file.h"
 #include "export/markdown_export.h"
 #include "fakes/fake_ports.h"
+#include "fakes/fake_save_panel.h"
 #include "fakes/page_script_runner.h"
 #include "fakes/temp_dir.h"
 
@@ -19,38 +20,13 @@ using testing::encodeBase64;
 using testing::exportBody;
 using testing::exportFileName;
 using testing::exportRequestId;
+using testing::FakeSavePanel;
 using testing::readFile;
 using testing::TempDir;
 using testing::writeFile;
 using testing::zipLikeArchive;
 
 const std::string secondRequestId = "0E6A4C2B-1D3F-4A5B-8C7D-9E0F1A2B3C4D";
-
-// The save panel as a sheet: records what it was asked to show and lets the test end it.
-// Like AppKit, cancelling a sheet runs its completion with no URL, from inside `cancelSheet`.
-class FakeSavePanel final : public SavePanelPort {
-public:
-    bool presenter = true;
-    bool completesWhenCancelled = true;
-    std::vector<SaveSheetOptions> sheets;
-    std::vector<SaveSheetCompletion> completions;
-    int cancels = 0;
-
-    bool hasPresenter() const override { return presenter; }
-    void beginSheet(const SaveSheetOptions& options, SaveSheetCompletion completion) override {
-        sheets.push_back(options);
-        completions.push_back(std::move(completion));
-    }
-    void cancelSheet() override {
-        ++cancels;
-        if (completesWhenCancelled && !completions.empty()) completions.back()(std::nullopt);
-    }
-
-    void choose(const std::filesystem::path& path, size_t sheet = SIZE_MAX) {
-        completions.at(sheet == SIZE_MAX ? completions.size() - 1 : sheet)(path);
-    }
-    void dismiss() { completions.back()(std::nullopt); }
-};
 
 std::vector<std::string> entriesOf(const std::filesystem::path& folder) {
     std::vector<std::string> names;

@@ -24,9 +24,9 @@ const FakeKeyboardLayout azerty = FakeKeyboardLayout::frenchAzerty();
 
 TEST(ShortcutAction, ThreeActionsInFormOrderWithTheirRawValuesAndTexts) {
     ASSERT_EQ(allShortcutActions.size(), 3u);
-    EXPECT_EQ(id(allShortcutActions[0]), "capture");
-    EXPECT_EQ(id(allShortcutActions[1]), "saveAndReturn");
-    EXPECT_EQ(id(allShortcutActions[2]), "returnToReading");
+    EXPECT_EQ(actionName(allShortcutActions[0]), "capture");
+    EXPECT_EQ(actionName(allShortcutActions[1]), "saveAndReturn");
+    EXPECT_EQ(actionName(allShortcutActions[2]), "returnToReading");
     EXPECT_EQ(title(Action::capture), "Kindleの選択文を取り込む");
     EXPECT_EQ(help(Action::capture), "ほかのアプリからも使えます");
     EXPECT_EQ(title(Action::saveAndReturn), "ナレッジに保存して読書に戻る");
@@ -36,7 +36,7 @@ TEST(ShortcutAction, ThreeActionsInFormOrderWithTheirRawValuesAndTexts) {
 }
 
 TEST(ShortcutAction, IsMadeOnlyFromAnExactRawValue) {
-    for (const auto action : allShortcutActions) EXPECT_EQ(shortcutAction(id(action)), action);
+    for (const auto action : allShortcutActions) EXPECT_EQ(shortcutAction(actionName(action)), action);
     EXPECT_EQ(shortcutAction("Capture"), std::nullopt);
     EXPECT_EQ(shortcutAction("capture "), std::nullopt);
     EXPECT_EQ(shortcutAction(""), std::nullopt);

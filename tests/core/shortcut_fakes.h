@@ -12,6 +12,7 @@
 #include "shortcuts/key_value_store_port.h"
 #include "shortcuts/keyboard_layout_port.h"
 #include "shortcuts/physical_keys.h"
+#include "shortcuts/settings_window_port.h"
 
 namespace brisel::testing {
 
@@ -119,6 +120,39 @@ public:
 
 private:
     HotKeyRef nextRef_ = 100;
+};
+
+// The settings window: counts how often it was brought up, and over which settings.
+class FakeSettingsWindow final : public SettingsWindowPort {
+public:
+    int shows = 0;
+    BriselShortcutSettings* settings = nullptr;
+    void show(BriselShortcutSettings& shown) override {
+        ++shows;
+        settings = &shown;
+    }
+};
+
+// The key-down monitor; `press` plays a key-down through it and says whether it was swallowed.
+class FakeKeyRecorder final : public KeyRecorderPort {
+public:
+    KeyDown keyDown;
+    int installs = 0;
+    int removals = 0;
+
+    void install(KeyDown handler) override {
+        ++installs;
+        keyDown = std::move(handler);
+    }
+    void remove() override {
+        ++removals;
+        keyDown = nullptr;
+    }
+    bool installed() const { return keyDown != nullptr; }
+    bool press(const BriselKeyEvent& event, bool inSettingsWindow = true) {
+        auto handler = keyDown;  // the handler may remove itself, as AppKit allows
+        return handler(event, inSettingsWindow);
+    }
 };
 
 }  // namespace brisel::testing

@@ -5,7 +5,14 @@
 #include <nlohmann/json.hpp>
 
 #include "app/companion.h"
+#include "core/auth_fakes.h"
+#include "core/shortcut_fakes.h"
+#include "fakes/fake_background_queue.h"
+#include "fakes/fake_kindle_accessibility.h"
+#include "fakes/fake_pasteboard.h"
 #include "fakes/fake_ports.h"
+#include "fakes/fake_running_applications.h"
+#include "fakes/fake_save_panel.h"
 #include "fakes/temp_dir.h"
 #include "fakes/virtual_main_queue.h"
 
@@ -19,15 +26,55 @@ inline HttpResponse statusAnswer(const std::string& body, long status = 200) {
     return {true, status, "http://127.0.0.1:47831/api/status", body};
 }
 
-// A Companion over fakes on virtual time, with its log in a temporary home.
-struct CompanionHarness {
-    VirtualMainQueue queue;
-    FakeHttpClient http;
-    FakeProcessLauncher launcher;
+// Every port of the companion but its queue, HTTP and launcher, as fakes.
+struct FakeDesktop {
     FakeApplication application;
     FakePanel panel;
     FakeWebView webView;
     FakeWorkspace workspace;
+    FakeBackgroundQueue background;
+    FakePasteboard pasteboard;
+    FakeAccessibility accessibility;
+    FakeRunningApplications applications;
+    FakeHotKeys hotKeys;
+    FakeKeyboardLayout keyboardLayout = FakeKeyboardLayout::us();
+    FakeKeyValueStore preferences;
+    FakeSettingsWindow settingsWindow;
+    FakeKeyRecorder keyRecorder;
+    FakeSavePanel savePanel;
+    JsonConfigurationValues configuration;
+    FakeAppleSignIn apple;
+    FakeGoogleSignIn google;
+
+    CompanionPorts ports(MainQueue& queue, HttpClient& http, ProcessLauncher& launcher) {
+        return {.mainQueue = queue,
+                .http = http,
+                .launcher = launcher,
+                .application = application,
+                .panel = panel,
+                .webView = webView,
+                .workspace = workspace,
+                .background = background,
+                .pasteboard = pasteboard,
+                .accessibility = accessibility,
+                .applications = applications,
+                .hotKeys = hotKeys,
+                .keyboardLayout = keyboardLayout,
+                .preferences = preferences,
+                .settingsWindow = settingsWindow,
+                .keyRecorder = keyRecorder,
+                .savePanel = savePanel,
+                .configuration = configuration,
+                .apple = &apple,
+                .google = &google};
+    }
+};
+
+// A Companion over fakes on virtual time, with its log in a temporary home.
+struct CompanionHarness : FakeDesktop {
+    VirtualMainQueue queue;
+    FakeHttpClient http;
+    FakeProcessLauncher launcher;
     TempDir home;
     std::unique_ptr<Companion> companion;
 
@@ -45,8 +92,7 @@ struct CompanionHarness {
         if (settings.logFolder.empty()) settings.logFolder = logFolder();
         if (!settings.resources) settings.resources = resources();
         if (settings.processID == 0) settings.processID = 4242;
-        companion = std::make_unique<Companion>(
-            CompanionPorts{queue, http, launcher, application, panel, webView, workspace}, std::move(settings));
+        companion = std::make_unique<Companion>(ports(queue, http, launcher), std::move(settings));
         return *companion;
     }
 

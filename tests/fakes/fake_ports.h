@@ -142,6 +142,7 @@ public:
         url = u;
     }
     std::optional<std::string> currentURL() const override { return url; }
+    const void* identity() const override { return this; }
     void evaluate(const std::string& script, std::function<void(ScriptResult)> completion) override {
         scripts.push_back(script);
         completion({scriptError, scriptResult});

@@ -9,7 +9,7 @@
 
 #include "app/companion.h"
 #include "app/texts.h"
-#include "fakes/fake_ports.h"
+#include "fakes/companion_harness.h"
 #include "fakes/real_time_queue.h"
 #include "fakes/temp_dir.h"
 #include "net/curl_http_client.h"
@@ -93,7 +93,7 @@ protected:
         settings.environment = currentEnvironment();
         settings.environment["NODE_OPTIONS"] = "--require /nonexistent/preload.js";  // would stop node
         companion = std::make_unique<Companion>(
-            CompanionPorts{queue, http, launcher, application, panel, webView, workspace}, settings);
+            desktop.ports(queue, http, launcher), settings);
         return *companion;
     }
 
@@ -123,10 +123,9 @@ protected:
     testing::RealTimeQueue queue;
     CurlHttpClient http;
     PosixProcessLauncher launcher;
-    testing::FakeApplication application;
-    testing::FakePanel panel;
-    testing::FakeWebView webView;
-    testing::FakeWorkspace workspace;
+    testing::FakeDesktop desktop;
+    testing::FakePanel& panel = desktop.panel;
+    testing::FakeWebView& webView = desktop.webView;
     std::unique_ptr<Companion> companion;
 };
 
@@ -171,7 +170,7 @@ TEST_F(ServerSupervisionTest, AListenerThatNeverAnswersIsUnavailableWithinThePro
     settings.localURL = localURL();
     settings.logFolder = home / "logs";
     companion = std::make_unique<Companion>(
-        CompanionPorts{queue, http, launcher, application, panel, webView, workspace}, settings);
+        desktop.ports(queue, http, launcher), settings);
     const auto started = Clock::now();
     EXPECT_EQ(probeOnce(), Probe::unavailable);
     EXPECT_LT(Clock::now() - started, 3s) << "bounded by the 0.75-second time-out";

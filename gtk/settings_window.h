@@ -1,0 +1,82 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <array>
+#include <memory>
+#include <set>
+
+#include "shortcuts/keyboard_layout_port.h"
+#include "shortcuts/settings_window_port.h"
+
+namespace brisel::gtk {
+
+// "Briselの設定": core's shortcut settings form in a floating window. Made on first show and
+// only hidden when closed, so every later show brings back the same window. Closing it or
+// leaving it ends a recording, as losing the key window does on macOS.
+class SettingsWindow final : public SettingsWindowPort {
+public:
+    explicit SettingsWindow(const KeyboardLayoutPort& layout);
+    ~SettingsWindow() override;
+    SettingsWindow(const SettingsWindow&) = delete;
+    SettingsWindow& operator=(const SettingsWindow&) = delete;
+
+    void show(BriselShortcutSettings& settings) override;
+
+    // Null until the first show.
+    GtkWindow* window() const { return window_; }
+
+private:
+    struct Row {
+        SettingsWindow* owner = nullptr;
+        BriselShortcutAction action = BriselShortcutAction::capture;
+        GtkWidget* title = nullptr;
+        GtkWidget* help = nullptr;
+        GtkWidget* key = nullptr;
+        GtkWidget* caption = nullptr;
+    };
+
+    void build();
+    GtkWidget* buildRow(Row& row);
+    void observe(BriselShortcutSettings& settings);
+    BriselShortcutSettings* liveSettings() const;
+    void endRecording();
+    void refresh();
+
+    const KeyboardLayoutPort& layout_;
+    BriselShortcutSettings* settings_ = nullptr;
+    BriselShortcutSettings::ObserverID observer_ = 0;
+    // Expires with the observer, so settings that went first (their owner may) are not touched.
+    std::weak_ptr<void> observing_;
+    GtkWindow* window_ = nullptr;
+    GtkWidget* sectionTitle_ = nullptr;
+    std::array<Row, 3> rows_{};
+    GtkWidget* explanation_ = nullptr;
+    GtkWidget* message_ = nullptr;
+    GtkWidget* cancel_ = nullptr;
+    GtkWidget* restore_ = nullptr;
+};
+
+// The key-down monitor of the shortcut recorder: every key press of this application is
+// offered to it before GTK sees it, with macOS key codes and modifier flags.
+class SettingsKeyRecorder final : public KeyRecorderPort {
+public:
+    explicit SettingsKeyRecorder(const SettingsWindow& settingsWindow);
+    ~SettingsKeyRecorder() override;
+    SettingsKeyRecorder(const SettingsKeyRecorder&) = delete;
+    SettingsKeyRecorder& operator=(const SettingsKeyRecorder&) = delete;
+
+    void install(KeyDown keyDown) override;
+    void remove() override;
+
+private:
+    static void onEvent(GdkEvent* event, gpointer data);
+    bool offer(const GdkEventKey& key);
+
+    const SettingsWindow& settingsWindow_;
+    KeyDown keyDown_;
+    // X11 repeats a held key as further presses without releases.
+    std::set<guint16> held_;
+};
+
+}  // namespace brisel::gtk

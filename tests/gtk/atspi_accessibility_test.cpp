@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "atspi_accessibility.h"
+#include "capture/accessibility_copy.h"
+#include "gtk/child_process.h"
+#include "gtk/eventually.h"
+#include "worker_queue.h"
+
+namespace brisel::gtk {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ChildProcess;
+
+NowFunction now = [] { return Clock::now(); };
+
+// Another application on a real accessibility bus. Without a desktop session (CI under Xvfb)
+// the suite runs its own session bus, on which the bus launcher starts the accessibility bus
+// and its registry when first asked.
+class AtspiAccessibilityTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        if (!g_getenv("DBUS_SESSION_BUS_ADDRESS")) {
+            sessionBus = std::make_unique<ChildProcess>(
+                std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--print-address=1"});
+            const std::string address = sessionBus->readLine();
+            ASSERT_FALSE(address.empty());
+            g_setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), TRUE);
+        }
+        g_unsetenv("NO_AT_BRIDGE");
+        reader = std::make_unique<ChildProcess>(std::vector<std::string>{BRISEL_OTHER_APP, "window"});
+        ASSERT_EQ(reader->readLine(), "active");
+    }
+    static void TearDownTestSuite() {
+        reader.reset();
+        if (sessionBus) g_unsetenv("DBUS_SESSION_BUS_ADDRESS");
+        sessionBus.reset();
+    }
+
+    // The reader's application element, once it has registered with the bus.
+    AccessibilityElement readerApplication() {
+        AccessibilityElement application;
+        testing::eventually([&] { return bool(application = accessibility.applicationElement(reader->pid())); });
+        return application;
+    }
+
+    static inline std::unique_ptr<ChildProcess> sessionBus;
+    static inline std::unique_ptr<ChildProcess> reader;
+    AtspiAccessibility accessibility;
+};
+
+TEST_F(AtspiAccessibilityTest, TheBusAnswersAndAProcessWithoutAnApplicationHasNoElement) {
+    EXPECT_TRUE(accessibility.isProcessTrusted(false));
+    g_setenv("AT_SPI_BUS_ADDRESS", "unix:path=/nonexistent/bus", TRUE);
+    EXPECT_FALSE(AtspiAccessibility().isProcessTrusted(false));
+    g_unsetenv("AT_SPI_BUS_ADDRESS");
+
+    ChildProcess sleeper({"sleep", "60"});
+    const AccessibilityElement none = accessibility.applicationElement(sleeper.pid());
+    EXPECT_FALSE(none);
+    EXPECT_FALSE(accessibility.stringAttribute(none, "AXRole"));
+    EXPECT_EQ(accessibility.performAction(none, "AXPress"), -25200);
+}
+
+TEST_F(AtspiAccessibilityTest, CoresSearchFindsAndPressesTheCopyButtonFromTheBackground) {
+    ASSERT_TRUE(readerApplication());
+    std::promise<std::optional<AccessibilityElement>> found;
+    WorkerQueue background;
+    background.run([&] { found.set_value(searchKindleForCopyControl(accessibility, reader->pid(), now)); });
+    const auto control = found.get_future().get();
+    ASSERT_TRUE(control);
+    EXPECT_EQ(accessibility.stringAttribute(*control, "AXRole"), "AXButton");
+    EXPECT_EQ(accessibility.stringAttribute(*control, "AXTitle"), "Copy");
+    EXPECT_TRUE(isEnabledCopyControl(accessibility, *control));
+
+    EXPECT_EQ(accessibility.performAction(*control, "AXPress"), accessibility_error::success);
+    EXPECT_EQ(reader->readLine(), "pressed");
+}
+
+TEST_F(AtspiAccessibilityTest, TheMenuBarOfTheFocusedWindowHoldsEditCopy) {
+    const AccessibilityElement application = readerApplication();
+    ASSERT_TRUE(application);
+    EXPECT_EQ(accessibility.stringAttribute(application, "AXRole"), "AXApplication");
+    const auto window = accessibility.elementAttribute(application, "AXFocusedWindow");
+    ASSERT_TRUE(window);
+    EXPECT_EQ(accessibility.stringAttribute(*window, "AXTitle"), "Reader");
+    const auto menuBar = accessibility.elementAttribute(application, "AXMenuBar");
+    ASSERT_TRUE(menuBar);
+    EXPECT_EQ(accessibility.stringAttribute(*menuBar, "AXRole"), "AXMenuBar");
+    const auto copy = findCopyControl(accessibility, *menuBar, now() + 2s, now);
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(accessibility.stringAttribute(*copy, "AXRole"), "AXMenuItem");
+}
+
+TEST_F(AtspiAccessibilityTest, APressTheApplicationNeverAnswersIsUnconfirmedWithinTheTimeOut) {
+    const AccessibilityElement application = readerApplication();
+    ASSERT_TRUE(application);
+    accessibility.setMessagingTimeout(application, Duration(150));
+    const auto window = accessibility.elementAttribute(application, "AXFocusedWindow");
+    ASSERT_TRUE(window);
+
+    // The cap set on the application holds for the window found through it.
+    kill(reader->pid(), SIGSTOP);
+    const auto start = std::chrono::steady_clock::now();
+    const int32_t result = accessibility.performAction(*window, "AXPress");
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    kill(reader->pid(), SIGCONT);
+    EXPECT_EQ(result, accessibility_error::cannotComplete);
+    EXPECT_LT(elapsed, 1s);
+}
+
+}  // namespace
+}  // namespace brisel::gtk

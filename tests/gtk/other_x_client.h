@@ -1,0 +1,45 @@
+#pragma once
+
+#include <X11/Xlib.h>
+
+#include <functional>
+
+namespace brisel::gtk::testing {
+
+// A second connection to the test display: to the X server, another program.
+class OtherXClient {
+public:
+    OtherXClient() : display_(XOpenDisplay(nullptr)) {}
+    ~OtherXClient() { XCloseDisplay(display_); }
+    OtherXClient(const OtherXClient&) = delete;
+    OtherXClient& operator=(const OtherXClient&) = delete;
+
+    Display* display() const { return display_; }
+    Window root() const { return DefaultRootWindow(display_); }
+    Atom atom(const char* name) const { return XInternAtom(display_, name, False); }
+
+    // The X error that `requests` caused, 0 for none. GDK's error handler ignores connections
+    // it did not open, so errors here are caught with a handler of our own.
+    int errorOf(const std::function<void()>& requests) const {
+        XSync(display_, False);
+        lastError() = 0;
+        const XErrorHandler previous = XSetErrorHandler([](Display*, XErrorEvent* error) {
+            lastError() = error->error_code;
+            return 0;
+        });
+        requests();
+        XSync(display_, False);
+        XSetErrorHandler(previous);
+        return lastError();
+    }
+
+private:
+    static int& lastError() {
+        static int error = 0;
+        return error;
+    }
+
+    Display* display_;
+};
+
+}  // namespace brisel::gtk::testing

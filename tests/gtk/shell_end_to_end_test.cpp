@@ -1,0 +1,251 @@
+// The whole Linux shell in this process: the real panel, WebKitGTK showing the bridge console,
+// the page server that the companion launches from the bundle, X11 hot keys and the settings
+// window. The tests press the console's buttons by id, answer the native windows as a user
+// would, and read back what the page received.
+// Google Test first: Xlib defines None, which Google Test uses as a name.
+#include <gtest/gtest.h>
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+#include <gdk/gdkx.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "capture/capture_texts.h"
+#include "fakes/temp_dir.h"
+#include "gtk/main_loop.h"
+#include "physical_key_codes.h"
+#include "reading/reading_controls_presentation.h"
+#include "shell.h"
+#include "shortcuts/shortcut_settings_form.h"
+#include "shortcuts/shortcut_texts.h"
+
+namespace brisel::gtk {
+namespace {
+
+using nlohmann::json;
+
+int freePort() {
+    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
+    ::close(socket);
+    return ntohs(address.sin_port);
+}
+
+GtkWidget* findWidget(GtkWidget* root, const std::function<bool(GtkWidget*)>& matches) {
+    if (matches(root)) return root;
+    if (!GTK_IS_CONTAINER(root)) return nullptr;
+    GList* children = gtk_container_get_children(GTK_CONTAINER(root));
+    GtkWidget* found = nullptr;
+    for (GList* child = children; child && !found; child = child->next) {
+        found = findWidget(GTK_WIDGET(child->data), matches);
+    }
+    g_list_free(children);
+    return found;
+}
+
+GtkWidget* visibleToplevel(GType type) {
+    GList* toplevels = gtk_window_list_toplevels();
+    GtkWidget* found = nullptr;
+    for (GList* window = toplevels; window && !found; window = window->next) {
+        if (G_TYPE_CHECK_INSTANCE_TYPE(window->data, type) && gtk_widget_get_visible(GTK_WIDGET(window->data))) {
+            found = GTK_WIDGET(window->data);
+        }
+    }
+    g_list_free(toplevels);
+    return found;
+}
+
+// A key combination typed on the X server's keyboard, as the user would type it.
+void typeOnKeyboard(std::initializer_list<KeySym> modifiers, uint32_t macKeyCode) {
+    Display* display = GDK_DISPLAY_XDISPLAY(gdk_display_get_default());
+    for (KeySym modifier : modifiers) XTestFakeKeyEvent(display, XKeysymToKeycode(display, modifier), True, 0);
+    const unsigned key = *x11KeyCode(macKeyCode);
+    XTestFakeKeyEvent(display, key, True, 0);
+    XTestFakeKeyEvent(display, key, False, 0);
+    for (KeySym modifier : modifiers) XTestFakeKeyEvent(display, XKeysymToKeycode(display, modifier), False, 0);
+    XFlush(display);
+}
+
+class ShellEndToEnd : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { g_setenv("GSETTINGS_BACKEND", "memory", TRUE); }
+
+    ShellEndToEnd()
+        : localURL("http://127.0.0.1:" + std::to_string(freePort())),
+          shell(localURL, {std::filesystem::path(BRISEL_BUNDLE_RESOURCES), home / "state", home / "config"}) {
+        shell.companion().applicationDidFinishLaunching();
+        EXPECT_TRUE(main_loop::runUntil([&] { return shell.companion().pageReady() && consoleStarted(); }, 30000))
+            << "the console page did not load from " << localURL;
+    }
+    ~ShellEndToEnd() override { shell.companion().applicationWillTerminate(); }
+
+    // Runs `expression` in the page and returns its value through JSON.
+    json page(const std::string& expression) {
+        std::optional<ScriptResult> answer;
+        shell.webView().evaluate("JSON.stringify(" + expression + ")",
+                                 [&](ScriptResult result) { answer = std::move(result); });
+        main_loop::runUntil([&] { return answer.has_value(); });
+        if (!answer || !answer->stringValue) return nullptr;
+        return json::parse(*answer->stringValue, nullptr, false);
+    }
+    bool consoleStarted() { return page("typeof window.briselConsole === 'object'") == true; }
+    void click(const std::string& id) {
+        ASSERT_EQ(page("(() => { const e = document.getElementById('" + id + "'); e?.click(); return !!e; })()"), true)
+            << id;
+    }
+
+    json received(const std::string& name) {
+        json found = json::array();
+        for (const auto& event : page("window.briselConsole.events")) {
+            if (event["name"] == name) found.push_back(event["detail"]);
+        }
+        return found;
+    }
+    json nativeEvents(const std::string& type) {
+        json found = json::array();
+        for (const auto& detail : received("omvane:native")) {
+            if (detail["type"] == type) found.push_back(detail);
+        }
+        return found;
+    }
+    std::vector<std::string> statusErrors() {
+        std::vector<std::string> errors;
+        for (const auto& status : nativeEvents("status")) {
+            if (status.contains("error")) errors.push_back(status["error"]);
+        }
+        return errors;
+    }
+    // Waits until `count` of the page's record reaches `expected`.
+    bool waitFor(const std::function<size_t()>& count, size_t expected) {
+        return main_loop::runUntil([&] { return count() >= expected; }, 10000);
+    }
+
+    testing::TempDir home;
+    std::string localURL;
+    Shell shell;
+};
+
+TEST_F(ShellEndToEnd, PageRequestsReachTheShellAndTheAnswersReachThePage) {
+    const json status = nativeEvents("status").back();
+    EXPECT_EQ(status["shortcut"], "⌥⌘K");
+    EXPECT_EQ(status["shortcuts"]["capture"]["code"], "KeyK");
+    EXPECT_TRUE(status["accessibility"].is_boolean());
+    EXPECT_EQ(page("window.briselNativePlatform"), "linux");
+
+    // Kindle does not run here: the capture ends in its own refusal.
+    click("action-capture");
+    ASSERT_TRUE(waitFor([&] { return statusErrors().size(); }, 1));
+    EXPECT_EQ(statusErrors().back(), capture_texts::selectInKindle);
+
+    // Neither sign-in exists in this build.
+    click("auth-google");
+    ASSERT_TRUE(waitFor([&] { return received("brisel:auth-result").size(); }, 1));
+    EXPECT_EQ(received("brisel:auth-result").back()["error"], "unconfigured");
+
+    const Rect compact = shell.panel().frame();
+    click("action-expandMap");
+    ASSERT_TRUE(main_loop::runUntil([&] { return shell.panel().frame().width > compact.width; }));
+    click("action-compactMap");
+    ASSERT_TRUE(main_loop::runUntil([&] { return shell.panel().frame() == compact; }));
+
+    click("error-throw");
+    ASSERT_TRUE(main_loop::runUntil([&] {
+        std::ifstream log(home / "state/startup.log");
+        std::stringstream text;
+        text << log.rdbuf();
+        return text.str().find(R"("errorType":"TypeError","event":"script-error")") != std::string::npos;
+    }));
+}
+
+TEST_F(ShellEndToEnd, TheReadingStripAndTheExportSpeakWithThePage) {
+    click("rc-send");
+    GtkWidget* panel = GTK_WIDGET(shell.panel().window());
+    GtkWidget* save = findWidget(panel, [](GtkWidget* widget) {
+        return std::string(gtk_widget_get_name(widget)) == reading_controls_ids::save;
+    });
+    ASSERT_NE(save, nullptr);
+    ASSERT_TRUE(main_loop::runUntil([&] { return gtk_widget_is_drawable(save) && gtk_widget_is_sensitive(save); }));
+    gtk_button_clicked(GTK_BUTTON(save));
+    ASSERT_TRUE(waitFor([&] { return nativeEvents("saveAndReturnRequested").size(); }, 1));
+    EXPECT_EQ(nativeEvents("saveAndReturnRequested").back()["controlId"], "console-note-1");
+
+    click("export-send");
+    GtkWidget* dialog = nullptr;
+    ASSERT_TRUE(main_loop::runUntil([&] { return (dialog = visibleToplevel(GTK_TYPE_FILE_CHOOSER_DIALOG)); }));
+    EXPECT_EQ(gtk_window_get_transient_for(GTK_WINDOW(dialog)), shell.panel().window());
+    GtkFileChooser* chooser = GTK_FILE_CHOOSER(dialog);
+    gchar* suggested = gtk_file_chooser_get_current_name(chooser);
+    const std::filesystem::path chosen = home / suggested;
+    g_free(suggested);
+    gtk_file_chooser_set_current_folder(chooser, home.path().c_str());
+    ASSERT_TRUE(main_loop::runUntil([&] {
+        gchar* filename = gtk_file_chooser_get_filename(chooser);
+        const bool ready = filename && chosen == filename;
+        g_free(filename);
+        return ready;
+    }));
+    gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_ACCEPT);
+    ASSERT_TRUE(waitFor([&] { return received("brisel:export-result").size(); }, 1));
+    EXPECT_EQ(received("brisel:export-result").back()["status"], "saved");
+    std::ifstream archive(chosen, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(archive)), {});
+    EXPECT_EQ(bytes.size(), page("Number(document.getElementById('export-archive-bytes').textContent)"));
+    EXPECT_EQ(bytes.substr(0, 4), std::string("PK\x03\x04"));
+}
+
+TEST_F(ShellEndToEnd, RecordingANewCaptureKeyPersistsItAndMovesTheGlobalGrab) {
+    click("action-openSettings");
+    GtkWindow* settings = nullptr;
+    ASSERT_TRUE(main_loop::runUntil([&] {
+        settings = shell.settingsWindow().window();
+        return settings && gtk_widget_get_visible(GTK_WIDGET(settings));
+    }));
+    const std::string captureRow =
+        shortcutSettingsForm(shell.companion().shortcuts(), XkbKeyboardLayout()).rows[0].accessibilityLabel;
+    GtkWidget* keyButton = findWidget(GTK_WIDGET(settings), [&](GtkWidget* widget) {
+        return GTK_IS_BUTTON(widget) && captureRow == atk_object_get_name(gtk_widget_get_accessible(widget));
+    });
+    ASSERT_NE(keyButton, nullptr);
+    gtk_button_clicked(GTK_BUTTON(keyButton));
+    ASSERT_TRUE(shell.companion().shortcuts().recording());
+
+    // ⌘⇧C, which the Linux keyboard types as Ctrl+Shift+C, pressed in the settings window.
+    GdkEvent* press = gdk_event_new(GDK_KEY_PRESS);
+    press->key.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(GTK_WIDGET(settings))));
+    press->key.hardware_keycode = *x11KeyCode(8);
+    press->key.state = GDK_CONTROL_MASK | GDK_SHIFT_MASK;
+    press->key.keyval = GDK_KEY_C;
+    gdk_event_set_device(press, gdk_seat_get_keyboard(gdk_display_get_default_seat(gdk_display_get_default())));
+    gdk_event_put(press);
+    gdk_event_free(press);
+    ASSERT_TRUE(main_loop::runUntil([&] { return !shell.companion().shortcuts().recording(); }));
+    EXPECT_EQ(shell.companion().shortcuts().message(), shortcut_texts::saved);
+
+    std::ifstream stored(home / "config" / (std::string(BriselShortcutSettings::storageKey) + ".json"));
+    const json persisted = json::parse(stored, nullptr, false);
+    EXPECT_EQ(persisted["capture"]["keyCode"], 8) << persisted;
+    ASSERT_TRUE(main_loop::runUntil([&] { return nativeEvents("status").back()["shortcut"] == "⇧⌘C"; }));
+
+    // The old combination no longer captures; the new one does, from anywhere on the desktop.
+    // Presses arrive in order, so a capture by the old key would be reported before the new one's.
+    typeOnKeyboard({XK_Control_L, XK_Alt_L}, 40);
+    typeOnKeyboard({XK_Control_L, XK_Shift_L}, 8);
+    ASSERT_TRUE(waitFor([&] { return statusErrors().size(); }, 1));
+    EXPECT_EQ(statusErrors(), std::vector<std::string>{capture_texts::selectInKindle});
+}
+
+}  // namespace
+}  // namespace brisel::gtk
