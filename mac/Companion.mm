@@ -3,10 +3,22 @@
 #include <memory>
 
 #include "Conversions.h"
+#include "MacAccessibility.h"
+#include "MacAppleSignIn.h"
 #include "MacApplication.h"
+#include "MacBackgroundQueue.h"
+#include "MacConfiguration.h"
+#include "MacGoogleSignIn.h"
+#include "MacHotKeys.h"
 #include "MacHttpClient.h"
+#include "MacKeyboardLayout.h"
 #include "MacMainQueue.h"
 #include "MacPanel.h"
+#include "MacPasteboard.h"
+#include "MacRunningApplications.h"
+#include "MacSavePanel.h"
+#include "MacSettingsWindow.h"
+#include "MacUserDefaults.h"
 #include "MacWebView.h"
 #include "MacWorkspace.h"
 #include "ScriptMessages.h"
@@ -21,6 +33,20 @@
     std::unique_ptr<brisel::mac::MacWebView> _webView;
     std::unique_ptr<brisel::mac::MacPanel> _panel;
     std::unique_ptr<brisel::mac::MacWorkspace> _workspace;
+    std::unique_ptr<brisel::mac::MacBackgroundQueue> _background;
+    std::unique_ptr<brisel::mac::MacPasteboard> _pasteboard;
+    std::unique_ptr<brisel::mac::MacAccessibility> _accessibility;
+    std::unique_ptr<brisel::mac::MacRunningApplications> _applications;
+    std::unique_ptr<brisel::mac::MacHotKeys> _hotKeys;
+    std::unique_ptr<brisel::mac::MacKeyboardLayout> _keyboardLayout;
+    std::unique_ptr<brisel::mac::MacUserDefaults> _preferences;
+    std::unique_ptr<brisel::mac::MacSettingsWindow> _settingsWindow;
+    std::unique_ptr<brisel::mac::MacSavePanel> _savePanel;
+    std::unique_ptr<brisel::mac::MacConfiguration> _configuration;
+    std::unique_ptr<brisel::mac::MacAppleSignIn> _apple;
+#if BRISEL_HAS_GOOGLE_SIGN_IN
+    std::unique_ptr<brisel::mac::MacGoogleSignIn> _google;
+#endif
     std::unique_ptr<brisel::Companion> _core;
 }
 
@@ -34,9 +60,47 @@
     _webView = std::make_unique<brisel::mac::MacWebView>(self);
     _panel = std::make_unique<brisel::mac::MacPanel>(*_webView, self);
     _workspace = std::make_unique<brisel::mac::MacWorkspace>();
+    _background = std::make_unique<brisel::mac::MacBackgroundQueue>();
+    _pasteboard = std::make_unique<brisel::mac::MacPasteboard>();
+    _accessibility = std::make_unique<brisel::mac::MacAccessibility>();
+    _applications = std::make_unique<brisel::mac::MacRunningApplications>();
+    _hotKeys = std::make_unique<brisel::mac::MacHotKeys>();
+    _keyboardLayout = std::make_unique<brisel::mac::MacKeyboardLayout>();
+    _preferences = std::make_unique<brisel::mac::MacUserDefaults>();
+    _settingsWindow = std::make_unique<brisel::mac::MacSettingsWindow>(*_keyboardLayout);
+    _savePanel = std::make_unique<brisel::mac::MacSavePanel>(*_panel);
+    _configuration = std::make_unique<brisel::mac::MacConfiguration>();
+    _apple = std::make_unique<brisel::mac::MacAppleSignIn>(*_panel);
+#if BRISEL_HAS_GOOGLE_SIGN_IN
+    _google = std::make_unique<brisel::mac::MacGoogleSignIn>(*_panel);
+#endif
     _core = std::make_unique<brisel::Companion>(
-        brisel::CompanionPorts{*_mainQueue, *_http, *_launcher, *_application, *_panel, *_webView, *_workspace},
+        brisel::CompanionPorts{
+            .mainQueue = *_mainQueue,
+            .http = *_http,
+            .launcher = *_launcher,
+            .application = *_application,
+            .panel = *_panel,
+            .webView = *_webView,
+            .workspace = *_workspace,
+            .background = *_background,
+            .pasteboard = *_pasteboard,
+            .accessibility = *_accessibility,
+            .applications = *_applications,
+            .hotKeys = *_hotKeys,
+            .keyboardLayout = *_keyboardLayout,
+            .preferences = *_preferences,
+            .settingsWindow = *_settingsWindow,
+            .keyRecorder = *_settingsWindow,
+            .savePanel = *_savePanel,
+            .configuration = *_configuration,
+            .apple = _apple.get(),
+#if BRISEL_HAS_GOOGLE_SIGN_IN
+            .google = _google.get(),
+#endif
+        },
         settings);
+    _panel->attach(_core->readingControls());
     return self;
 }
 
@@ -62,8 +126,17 @@
     _core->applicationWillTerminate();
 }
 
+// Google's sign-in redirect comes back this way.
+- (void)application:(NSApplication*)application openURLs:(NSArray<NSURL*>*)urls {
+    for (NSURL* url in urls) _core->openURL(brisel::mac::stdString(url.absoluteString));
+}
+
 - (IBAction)openCompanion:(id)sender {
     _core->openCompanion();
+}
+
+- (IBAction)openSettings:(id)sender {
+    _core->openSettings();
 }
 
 // MARK: - Windows

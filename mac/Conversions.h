@@ -2,6 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
+#include <optional>
 #include <string>
 
 #include "platform/geometry.h"
@@ -20,6 +21,11 @@ inline NSString* nsString(const std::string& text) {
 inline std::string stdString(NSString* text) {
     const char* utf8 = text.UTF8String;
     return utf8 ? utf8 : "";
+}
+
+inline std::optional<std::string> optionalString(NSString* text) {
+    if (!text) return std::nullopt;
+    return stdString(text);
 }
 
 inline Rect rectOf(NSRect rect) {

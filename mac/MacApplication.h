@@ -5,12 +5,15 @@
 #import "MenuActions.h"
 #include "platform/application_port.h"
 
+// Named outside namespace brisel, where core's `id` function hides Objective-C's `id`.
+using MenuTarget = id<MenuActions>;
+
 namespace brisel::mac {
 
 // NSApp as core sees it: the main menu built from core's menu model, activation, state.
 class MacApplication final : public ApplicationPort {
 public:
-    explicit MacApplication(id<MenuActions> menuTarget) : menuTarget_(menuTarget) {}
+    explicit MacApplication(MenuTarget menuTarget) : menuTarget_(menuTarget) {}
 
     void installMainMenu(const std::vector<Menu>& menus) override;
     void activateIgnoringOtherApps() override;
@@ -21,7 +24,7 @@ public:
 private:
     NSMenuItem* menuItem(const MenuItem& item) const;
 
-    __weak id<MenuActions> menuTarget_;
+    __weak MenuTarget menuTarget_;
 };
 
 }  // namespace brisel::mac

@@ -4,8 +4,13 @@
 
 #include "MacWebView.h"
 #include "platform/panel_port.h"
+#include "reading/reading_controls_model.h"
 
 @class ReaderPanel;
+@class ReadingControlsView;
+
+// Named outside namespace brisel, where core's `id` function hides Objective-C's `id`.
+using PanelWindowDelegate = id<NSWindowDelegate>;
 
 namespace brisel::mac {
 
@@ -13,8 +18,11 @@ namespace brisel::mac {
 // over the web view) and the screens it can stand on.
 class MacPanel final : public PanelPort {
 public:
-    MacPanel(MacWebView& webView, id<NSWindowDelegate> windowDelegate)
+    MacPanel(MacWebView& webView, PanelWindowDelegate windowDelegate)
         : webView_(webView), windowDelegate_(windowDelegate) {}
+
+    // The model the reading-controls strip draws; given once core exists, before `configure`.
+    void attach(BriselReadingControlsModel& readingControls) { readingControls_ = &readingControls; }
 
     NSWindow* window() const;
 
@@ -39,9 +47,10 @@ public:
 
 private:
     MacWebView& webView_;
-    __weak id<NSWindowDelegate> windowDelegate_;
+    __weak PanelWindowDelegate windowDelegate_;
+    BriselReadingControlsModel* readingControls_ = nullptr;
     ReaderPanel* panel_ = nil;
-    NSView* controls_ = nil;
+    ReadingControlsView* controls_ = nil;
     NSLayoutConstraint* hiddenControlsHeight_ = nil;
     NSTextField* startupLabel_ = nil;
 };

@@ -2,6 +2,7 @@
 
 #include "Conversions.h"
 #import "ReaderPanel.h"
+#import "ReadingControlsView.h"
 
 namespace brisel::mac {
 
@@ -75,7 +76,7 @@ void MacPanel::configure(const PanelConfiguration& configuration) {
     const NSSize size = panel.frame.size;
     WKWebView* webView = webView_.create(NSMakeRect(0, 0, size.width, size.height), configuration.messageChannel,
                                          configuration.userScripts);
-    NSView* controls = [[NSView alloc] initWithFrame:NSZeroRect];
+    ReadingControlsView* controls = [[ReadingControlsView alloc] initWithModel:*readingControls_];
     controls.hidden = YES;
     NSLayoutConstraint* hiddenControlsHeight = [controls.heightAnchor constraintEqualToConstant:0];
     panel.contentView = contentView(webView, controls, hiddenControlsHeight);
