@@ -20,6 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     message.body = nlohmann::json::parse(data, data + size, nullptr, false);
     message.isMainFrame = true;
     message.origin = {"http", "127.0.0.1", 47831};
+    message.webView = harness->webView.identity();  // so sign-in and export take part too
     harness->companion->didReceiveScriptMessage(message);
     harness->queue.runUntilIdle();
     for (const auto& line : harness->logLines()) {
