@@ -78,6 +78,7 @@ public:
     int scripts = 0;
     void load(const std::string&, brisel::Duration) override {}
     std::optional<std::string> currentURL() const override { return "http://127.0.0.1:47831/"; }
+    const void* identity() const override { return this; }
     void evaluate(const std::string&, std::function<void(brisel::ScriptResult)>) override { ++scripts; }
 };
 
