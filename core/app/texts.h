@@ -11,8 +11,7 @@ inline constexpr const char* serverLaunchFailed =
 inline constexpr const char* serverUnreachable =
     "補足サーバーに接続できません。Briselを終了して、もう一度開いてください。";
 inline constexpr const char* portHeldByOther =
-    "以前のBrisel、または別のサービスが動いています。Briselをすべて終了して開き直してください。"
-    "改善しない場合はポート47831を確認してください。";
+    "以前のBrisel、または別のサービスが動いています。Briselをすべて終了して開き直してください。改善しない場合はポート47831を確認してください。";
 inline constexpr const char* diagnosticsUnavailable =
     "Brisel startup diagnostics could not be opened.\n";
 

@@ -19,8 +19,7 @@ inline constexpr const char* returnNotPossible =
 inline constexpr const char* switchedDuringSearch =
     "画面が切り替わったため取得を止めました。Kindleに戻り、もう一度お試しください。";
 inline constexpr const char* copyUnavailable =
-    "Kindleの「コピー」が利用できません。コピー可能な短い語句を選んでお試しください。"
-    "コピー制限のある本文は取り込みません。";
+    "Kindleの「コピー」が利用できません。コピー可能な短い語句を選んでお試しください。コピー制限のある本文は取り込みません。";
 inline constexpr const char* copyUnavailableChooseAgain =
     "Kindleの「コピー」が利用できません。Kindleでコピー可能な短い語句を選び直してください。";
 inline constexpr const char* clipboardCannotBeKept =
@@ -35,8 +34,7 @@ inline constexpr const char* switchedDuringCopy = "画面が切り替わった�
 inline constexpr const char* copyUnverified =
     "Kindleのコピー結果を確認できないため取得を止めました。現在のクリップボードはそのまま残します。";
 inline constexpr const char* noCopyReceived =
-    "Kindleからコピー結果を受け取れませんでした。コピー制限のある本文は取り込みません。"
-    "コピー可能な短い語句を選び直してください。";
+    "Kindleからコピー結果を受け取れませんでした。コピー制限のある本文は取り込みません。コピー可能な短い語句を選び直してください。";
 inline constexpr const char* changedAfterCopy =
     "画面またはクリップボードが変更されたため取得を止めました。もう一度お試しください。";
 inline constexpr const char* unconfirmedCopyRefused =

@@ -9,6 +9,7 @@
 
 #include "core/shortcut_fakes.h"
 #include "gtk/main_loop.h"
+#include "gtk/widgets.h"
 #include "physical_key_codes.h"
 #include "shortcuts/shortcut_texts.h"
 
@@ -17,26 +18,8 @@ namespace {
 
 using Action = BriselShortcutAction;
 
-GtkWidget* findWidget(GtkWidget* root, const std::function<bool(GtkWidget*)>& matches) {
-    if (matches(root)) return root;
-    if (!GTK_IS_CONTAINER(root)) return nullptr;
-    GList* children = gtk_container_get_children(GTK_CONTAINER(root));
-    GtkWidget* found = nullptr;
-    for (GList* child = children; child && !found; child = child->next) {
-        found = findWidget(GTK_WIDGET(child->data), matches);
-    }
-    g_list_free(children);
-    return found;
-}
-
-GtkWidget* keyButton(GtkWindow* window, const std::string& accessibleName) {
-    return findWidget(GTK_WIDGET(window), [&](GtkWidget* widget) {
-        return GTK_IS_BUTTON(widget) && atk_object_get_name(gtk_widget_get_accessible(widget)) == accessibleName;
-    });
-}
-
 GtkWidget* buttonTitled(GtkWindow* window, const std::string& title) {
-    return findWidget(GTK_WIDGET(window), [&](GtkWidget* widget) {
+    return widgets::find(GTK_WIDGET(window), [&](GtkWidget* widget) {
         const char* label = GTK_IS_BUTTON(widget) ? gtk_button_get_label(GTK_BUTTON(widget)) : nullptr;
         return label && label == title;
     });
@@ -81,11 +64,11 @@ protected:
 TEST_F(SettingsWindowTest, RedrawsWhileRecordingAndShowsARefusedKey) {
     window.show(settings);
     GtkWindow* shown = window.window();
-    GtkWidget* capture = keyButton(shown, "Kindleの選択文を取り込むのショートカット");
-    GtkWidget* returnKey = keyButton(shown, "読書に戻るのショートカット");
+    GtkWidget* capture = widgets::buttonNamed(shown, "Kindleの選択文を取り込むのショートカット");
+    GtkWidget* returnKey = widgets::buttonNamed(shown, "読書に戻るのショートカット");
     GtkWidget* cancel = buttonTitled(shown, "入力をキャンセル");
     GtkWidget* restore = buttonTitled(shown, "標準に戻す");
-    GtkWidget* message = findWidget(GTK_WIDGET(shown), [](GtkWidget* widget) {
+    GtkWidget* message = widgets::find(GTK_WIDGET(shown), [](GtkWidget* widget) {
         return g_strcmp0(gtk_widget_get_name(widget), "shortcut-settings-message") == 0;
     });
     ASSERT_TRUE(capture && returnKey && cancel && restore && message);
@@ -148,7 +131,7 @@ TEST_F(SettingsWindowTest, LeavingTheWindowEndsTheRecording) {
 TEST_F(SettingsWindowTest, SettingsThatGoFirstAreLeftAlone) {
     auto shortLived = std::make_unique<BriselShortcutSettings>(store);
     window.show(*shortLived);
-    GtkWidget* capture = keyButton(window.window(), "Kindleの選択文を取り込むのショートカット");
+    GtkWidget* capture = widgets::buttonNamed(window.window(), "Kindleの選択文を取り込むのショートカット");
     shortLived.reset();
     gtk_button_clicked(GTK_BUTTON(capture));  // and the window's destructor, under ASan
 }

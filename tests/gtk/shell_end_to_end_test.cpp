@@ -21,6 +21,7 @@
 #include "capture/capture_texts.h"
 #include "fakes/temp_dir.h"
 #include "gtk/main_loop.h"
+#include "gtk/widgets.h"
 #include "physical_key_codes.h"
 #include "reading/reading_controls_presentation.h"
 #include "shell.h"
@@ -42,18 +43,6 @@ int freePort() {
     ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
     ::close(socket);
     return ntohs(address.sin_port);
-}
-
-GtkWidget* findWidget(GtkWidget* root, const std::function<bool(GtkWidget*)>& matches) {
-    if (matches(root)) return root;
-    if (!GTK_IS_CONTAINER(root)) return nullptr;
-    GList* children = gtk_container_get_children(GTK_CONTAINER(root));
-    GtkWidget* found = nullptr;
-    for (GList* child = children; child && !found; child = child->next) {
-        found = findWidget(GTK_WIDGET(child->data), matches);
-    }
-    g_list_free(children);
-    return found;
 }
 
 GtkWidget* visibleToplevel(GType type) {
@@ -173,7 +162,7 @@ TEST_F(ShellEndToEnd, PageRequestsReachTheShellAndTheAnswersReachThePage) {
 TEST_F(ShellEndToEnd, TheReadingStripAndTheExportSpeakWithThePage) {
     click("rc-send");
     GtkWidget* panel = GTK_WIDGET(shell.panel().window());
-    GtkWidget* save = findWidget(panel, [](GtkWidget* widget) {
+    GtkWidget* save = widgets::find(panel, [](GtkWidget* widget) {
         return std::string(gtk_widget_get_name(widget)) == reading_controls_ids::save;
     });
     ASSERT_NE(save, nullptr);
@@ -215,9 +204,7 @@ TEST_F(ShellEndToEnd, RecordingANewCaptureKeyPersistsItAndMovesTheGlobalGrab) {
     }));
     const std::string captureRow =
         shortcutSettingsForm(shell.companion().shortcuts(), XkbKeyboardLayout()).rows[0].accessibilityLabel;
-    GtkWidget* keyButton = findWidget(GTK_WIDGET(settings), [&](GtkWidget* widget) {
-        return GTK_IS_BUTTON(widget) && captureRow == atk_object_get_name(gtk_widget_get_accessible(widget));
-    });
+    GtkWidget* keyButton = widgets::buttonNamed(settings, captureRow);
     ASSERT_NE(keyButton, nullptr);
     gtk_button_clicked(GTK_BUTTON(keyButton));
     ASSERT_TRUE(shell.companion().shortcuts().recording());
