@@ -5,10 +5,10 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh run
-cmake --preset default >/dev/null
-cmake --build --preset default --target brisel brisel_server_resources
+cmake --preset app >/dev/null
+cmake --build --preset app --target brisel brisel_server_resources
 
-brisel=build/default/Brisel/Contents/MacOS/brisel
+brisel=build/app/Brisel/Contents/MacOS/brisel
 log="${XDG_STATE_HOME:-$HOME/.local/state}/Brisel/startup.log"
 if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   exec "$brisel" "$@"
