@@ -2,6 +2,11 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
+#include <cstring>
+
+#include "frame_message.h"
+
 namespace brisel::gtk {
 
 namespace {
@@ -12,10 +17,19 @@ JsonConfigurationValues configurationValues(const std::optional<std::filesystem:
     return resources ? JsonConfigurationValues::fromFile(*resources / "configuration.json") : JsonConfigurationValues();
 }
 
+// The web extension is built into the bundle's resources. WebKit's web inspector is for
+// developers only: BRISEL_WEB_INSPECTOR=1 turns it on.
+WebViewOptions webViewOptions(const std::optional<std::filesystem::path>& resources) {
+    const char* inspector = std::getenv("BRISEL_WEB_INSPECTOR");
+    return {resources ? std::optional(*resources / frame_message::extensionsFolder) : std::nullopt,
+            inspector && std::strcmp(inspector, "1") == 0};
+}
+
 }  // namespace
 
-Shell::Shell(std::string localURL, ShellFolders folders)
-    : preferences_(folders.preferences),
+Shell::Shell(std::string localURL, ShellFolders folders, Duration pageLoadTimeout)
+    : webView_(webViewOptions(folders.resources)),
+      preferences_(folders.preferences),
       settingsWindow_(keyboardLayout_),
       keyRecorder_(settingsWindow_),
       configuration_(configurationValues(folders.resources)),
@@ -32,6 +46,7 @@ Shell::Shell(std::string localURL, ShellFolders folders)
     settings.logFolder = folders.log;
     settings.environment = currentEnvironment();
     settings.processID = static_cast<int64_t>(::getpid());
+    settings.pageLoadTimeout = pageLoadTimeout;
     companion_ = std::make_unique<Companion>(CompanionPorts{.mainQueue = mainQueue_,
                                                             .http = http_,
                                                             .launcher = launcher_,

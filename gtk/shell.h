@@ -34,7 +34,7 @@ struct ShellFolders {
 // over them. main() runs one; the end-to-end tests run one in their own process.
 class Shell {
 public:
-    Shell(std::string localURL, ShellFolders folders);
+    Shell(std::string localURL, ShellFolders folders, Duration pageLoadTimeout = CompanionSettings().pageLoadTimeout);
     ~Shell();
     Shell(const Shell&) = delete;
     Shell& operator=(const Shell&) = delete;

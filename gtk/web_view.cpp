@@ -3,9 +3,21 @@
 #include <memory>
 
 #include "app/companion.h"
+#include "frame_message.h"
 #include "net/url.h"
 
 namespace brisel::gtk {
+
+namespace {
+
+// The origin's text as `self.origin` gives it; an opaque origin ("null") has no parts.
+SecurityOrigin securityOriginOf(const std::string& serialisation) {
+    const auto parts = parseURL(serialisation);
+    if (!parts || !parts->host) return {};
+    return {parts->scheme, *parts->host, parts->port.value_or(0)};
+}
+
+}  // namespace
 
 WebError webErrorOf(const GError* error) {
     if (!error) return {"other", 0};
@@ -22,16 +34,25 @@ WebError webErrorOf(const GError* error) {
 }
 
 WebView::~WebView() {
-    if (content_) {
-        g_signal_handlers_disconnect_by_data(content_, this);
-        g_object_unref(content_);
-    }
+    cancelLoadTimer();
     if (!view_) return;
     g_signal_handlers_disconnect_by_data(view_, this);
     g_object_unref(view_);
 }
 
 GtkWidget* WebView::create(const std::string& messageChannel, const std::vector<std::string>& userScripts) {
+    // The extension gives every frame window.webkit.messageHandlers.omvane, as WebKit does on
+    // macOS, and tells which frame posted; it is loaded into each web process as it starts.
+    WebKitWebContext* context = webkit_web_context_get_default();
+    std::error_code error;
+    if (options_.extensions && std::filesystem::is_directory(*options_.extensions, error)) {
+        webkit_web_context_set_web_extensions_directory(context, options_.extensions->c_str());
+    } else {
+        g_warning("No web extension folder in the bundle's resources: the page cannot post messages to Brisel.");
+    }
+    webkit_web_context_set_web_extensions_initialization_user_data(context, g_variant_new_string(messageChannel.c_str()));
+    channel_ = messageChannel;
+
     WebKitUserContentManager* content = webkit_user_content_manager_new();
     for (const auto& source : userScripts) {
         WebKitUserScript* script =
@@ -40,29 +61,45 @@ GtkWidget* WebView::create(const std::string& messageChannel, const std::vector<
         webkit_user_content_manager_add_script(content, script);
         webkit_user_script_unref(script);
     }
-    // The page posts to window.webkit.messageHandlers.omvane, as it does on macOS.
-    const std::string signal = "script-message-received::" + messageChannel;
-    g_signal_connect(content, signal.c_str(), G_CALLBACK(onScriptMessage), this);
-    webkit_user_content_manager_register_script_message_handler(content, messageChannel.c_str());
-    content_ = WEBKIT_USER_CONTENT_MANAGER(g_object_ref(content));
-
     // Held until this object goes, whichever of it and the panel's window is destroyed first.
     view_ = WEBKIT_WEB_VIEW(g_object_ref_sink(webkit_web_view_new_with_user_content_manager(content)));
     g_object_unref(content);
     WebKitSettings* settings = webkit_web_view_get_settings(view_);
-    webkit_settings_set_enable_developer_extras(settings, TRUE);
+    webkit_settings_set_enable_developer_extras(settings, options_.inspector);
     webkit_settings_set_javascript_can_open_windows_automatically(settings, FALSE);
 
     g_signal_connect(view_, "decide-policy", G_CALLBACK(onDecidePolicy), this);
     g_signal_connect(view_, "load-changed", G_CALLBACK(onLoadChanged), this);
     g_signal_connect(view_, "load-failed", G_CALLBACK(onLoadFailed), this);
     g_signal_connect(view_, "web-process-terminated", G_CALLBACK(onWebProcessTerminated), this);
+    g_signal_connect(view_, "user-message-received", G_CALLBACK(onUserMessage), this);
     return GTK_WIDGET(view_);
 }
 
-void WebView::load(const std::string& url, Duration) {
-    // WebKitGTK has no per-request time-out; its network stack gives up on its own.
-    if (view_) webkit_web_view_load_uri(view_, url.c_str());
+void WebView::load(const std::string& url, Duration timeout) {
+    if (!view_) return;
+    cancelLoadTimer();
+    timedOut_ = false;
+    webkit_web_view_load_uri(view_, url.c_str());
+    // WebKitGTK's requests have no time-out of their own.
+    loadTimer_ = g_timeout_add(static_cast<guint>(timeout.count()), onLoadTimedOut, this);
+}
+
+void WebView::cancelLoadTimer() {
+    if (loadTimer_) g_source_remove(loadTimer_);
+    loadTimer_ = 0;
+}
+
+gboolean WebView::onLoadTimedOut(gpointer data) {
+    auto* self = static_cast<WebView*>(data);
+    self->loadTimer_ = 0;
+    self->timedOut_ = true;
+    self->loadFailed_ = true;
+    webkit_web_view_stop_loading(self->view_);
+    if (self->companion_) {
+        self->companion_->didFailNavigation({web_error_domain::urlLoading, web_error_code::timedOut}, !self->committed_);
+    }
+    return G_SOURCE_REMOVE;
 }
 
 std::optional<std::string> WebView::currentURL() const {
@@ -100,26 +137,27 @@ void WebView::evaluate(const std::string& script, std::function<void(ScriptResul
         pending);
 }
 
-// WebKitGTK does not say which frame sent a message. The navigation policy lets no frame load
-// anything but the local origin, so every document that can post here is the local page's; the
-// message is attributed to the main frame and to the origin the web view shows, and core checks
-// that origin as it does on macOS.
-void WebView::onScriptMessage(WebKitUserContentManager*, WebKitJavascriptResult* result, gpointer data) {
+// Each message comes from the web process's extension with the frame that posted it and that
+// frame's security origin; whether to act on it is core's decision.
+gboolean WebView::onUserMessage(WebKitWebView*, WebKitUserMessage* message, gpointer data) {
     auto* self = static_cast<WebView*>(data);
-    if (!self->companion_ || !self->view_) return;
-    JSCValue* value = webkit_javascript_result_get_js_value(result);
-    gchar* json = value ? jsc_value_to_json(value, 0) : nullptr;
-    ScriptMessage message;
-    message.body = nlohmann::json::parse(json ? json : "", nullptr, false);
-    g_free(json);
-    message.isMainFrame = true;
-    message.webView = self->view_;
-    if (const auto url = self->currentURL()) {
-        if (const auto parts = parseURL(*url); parts && parts->host) {
-            message.origin = {parts->scheme, *parts->host, parts->port.value_or(0)};
-        }
+    if (self->channel_ != webkit_user_message_get_name(message)) return FALSE;
+    GVariant* parameters = webkit_user_message_get_parameters(message);
+    if (!self->companion_ || !parameters ||
+        !g_variant_is_of_type(parameters, G_VARIANT_TYPE(frame_message::parameterType))) {
+        return TRUE;
     }
-    self->companion_->didReceiveScriptMessage(message);
+    const gchar* json = nullptr;
+    gboolean isMainFrame = FALSE;
+    const gchar* origin = nullptr;
+    g_variant_get(parameters, "(&sb&s)", &json, &isMainFrame, &origin);
+    ScriptMessage script;
+    script.body = nlohmann::json::parse(json, nullptr, false);
+    script.isMainFrame = isMainFrame;
+    script.origin = securityOriginOf(origin);
+    script.webView = self->view_;
+    self->companion_->didReceiveScriptMessage(script);
+    return TRUE;
 }
 
 gboolean WebView::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type,
@@ -148,15 +186,26 @@ void WebView::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data
     if (!self->companion_) return;
     if (event == WEBKIT_LOAD_STARTED) {
         self->loadFailed_ = false;
+        self->committed_ = false;
+        self->timedOut_ = false;
         self->companion_->didStartProvisionalNavigation();
-    } else if (event == WEBKIT_LOAD_FINISHED && !self->loadFailed_) {
+    } else if (event == WEBKIT_LOAD_COMMITTED) {
+        self->committed_ = true;
+    } else if (event == WEBKIT_LOAD_FINISHED) {
+        self->cancelLoadTimer();
         // WebKitGTK also reports a failed load as finished, after "load-failed".
-        self->companion_->didFinishNavigation();
+        if (!self->loadFailed_) self->companion_->didFinishNavigation();
     }
 }
 
 gboolean WebView::onLoadFailed(WebKitWebView*, WebKitLoadEvent event, gchar*, GError* error, gpointer data) {
     auto* self = static_cast<WebView*>(data);
+    self->cancelLoadTimer();
+    // The load that the time-out stopped has been reported as timed out already.
+    if (self->timedOut_ && g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED)) {
+        self->timedOut_ = false;
+        return TRUE;
+    }
     self->loadFailed_ = true;
     if (self->companion_) self->companion_->didFailNavigation(webErrorOf(error), event != WEBKIT_LOAD_COMMITTED);
     return TRUE;  // no WebKit error page: the panel shows the start-up label or stays blank
@@ -164,6 +213,7 @@ gboolean WebView::onLoadFailed(WebKitWebView*, WebKitLoadEvent event, gchar*, GE
 
 void WebView::onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpointer data) {
     auto* self = static_cast<WebView*>(data);
+    self->cancelLoadTimer();
     if (self->companion_) self->companion_->webContentProcessDidTerminate();
 }
 

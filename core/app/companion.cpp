@@ -375,7 +375,7 @@ void Companion::launchServer() {
 }
 
 void Companion::loadPage() {
-    ports_.webView.load(settings_.localURL, pageLoadTimeout);
+    ports_.webView.load(settings_.localURL, settings_.pageLoadTimeout);
 }
 
 void Companion::setStartupMessage(const std::string& text) {

@@ -78,6 +78,7 @@ struct CompanionSettings {
     std::filesystem::path logFolder;
     Environment environment;  // what the server child inherits
     int64_t processID = 0;
+    Duration pageLoadTimeout{60000};  // tests of the shells wait less
 };
 
 // The native half of the product: owns the server child, the page's readiness and the queue
@@ -88,7 +89,6 @@ class Companion final : private CaptureHost {
 public:
     static constexpr int maximumWaitAttempt = 35;
     static constexpr Duration probeInterval{250};
-    static constexpr Duration pageLoadTimeout{60000};
 
     Companion(CompanionPorts ports, CompanionSettings settings);
     ~Companion() override;

@@ -22,6 +22,11 @@ inline constexpr const char* cocoa = "NSCocoaErrorDomain";
 inline constexpr const char* posix = "NSPOSIXErrorDomain";
 }  // namespace web_error_domain
 
+namespace web_error_code {
+// The URL loading domain's "timed out": a page load that outlived its time-out.
+inline constexpr long long timedOut = -1001;
+}  // namespace web_error_code
+
 struct ScriptResult {
     std::optional<WebError> error;
     std::optional<std::string> stringValue;  // set when the script returned a string
@@ -30,6 +35,7 @@ struct ScriptResult {
 class WebViewPort {
 public:
     virtual ~WebViewPort() = default;
+    // A load still unfinished after `timeout` fails as "timed out" in the URL loading domain.
     virtual void load(const std::string& url, Duration timeout) = 0;
     virtual std::optional<std::string> currentURL() const = 0;
     // The platform's web view object, as a ScriptMessage's `webView` names it.

@@ -44,6 +44,7 @@ TEST_F(StartupTest, UsesACompatibleServerThatIsAlreadyRunningAndLeavesItRunning)
     auto& companion = h.launch();
     h.queue.runUntilIdle();
     EXPECT_EQ(h.webView.loads, std::vector<std::string>{"http://127.0.0.1:47831"});
+    EXPECT_EQ(h.webView.loadTimeout, std::chrono::seconds(60));
     EXPECT_EQ(h.http.requests, std::vector<std::string>{"http://127.0.0.1:47831/api/status"});
     EXPECT_TRUE(h.launcher.launches.empty());
     EXPECT_FALSE(companion.launchedServer());

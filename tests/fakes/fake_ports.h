@@ -132,13 +132,15 @@ public:
 class FakeWebView final : public WebViewPort {
 public:
     std::vector<std::string> loads;
+    std::optional<Duration> loadTimeout;  // of the last load
     std::vector<std::string> scripts;
     std::optional<std::string> url;
     std::optional<WebError> scriptError;
     std::optional<std::string> scriptResult;
 
-    void load(const std::string& u, Duration) override {
+    void load(const std::string& u, Duration timeout) override {
         loads.push_back(u);
+        loadTimeout = timeout;
         url = u;
     }
     std::optional<std::string> currentURL() const override { return url; }
