@@ -80,8 +80,22 @@ TEST_F(FramesTest, OnlyTheTopFrameOfTheLocalPageReachesTheNativeSide) {
     EXPECT_EQ(page("window.framesPosted.sort()"), framesPosted);
 }
 
+bool inspectorEnabled(Shell& shell) {
+    return webkit_settings_get_enable_developer_extras(webkit_web_view_get_settings(shell.webView().widget()));
+}
+
 TEST_F(FramesTest, TheWebInspectorIsForDevelopersOnly) {
-    EXPECT_FALSE(webkit_settings_get_enable_developer_extras(webkit_web_view_get_settings(shell.webView().widget())));
+    EXPECT_FALSE(inspectorEnabled(shell));
+}
+
+class DeveloperShellTest : public FramesTest {
+protected:
+    static void SetUpTestSuite() { g_setenv("BRISEL_WEB_INSPECTOR", "1", TRUE); }
+    static void TearDownTestSuite() { g_unsetenv("BRISEL_WEB_INSPECTOR"); }
+};
+
+TEST_F(DeveloperShellTest, AskingForTheWebInspectorTurnsItOn) {
+    EXPECT_TRUE(inspectorEnabled(shell));
 }
 
 class SilentServerTest : public WebViewTest {
