@@ -55,7 +55,18 @@ X11SelectionRequests::X11SelectionRequests(Display* display, Atom selection)
 
 X11SelectionRequests::~X11SelectionRequests() {
     XDestroyWindow(display_, window_);
-    XFlush(display_);
+    // Answers already on their way to the window would reach GDK, which does not know it.
+    XSync(display_, False);
+    XEvent dropped;
+    while (XCheckIfEvent(
+        display_, &dropped,
+        [](Display*, XEvent* event, XPointer window) -> Bool {
+            const Window ours = *reinterpret_cast<const Window*>(window);
+            return (event->type == SelectionNotify && event->xselection.requestor == ours) ||
+                   (event->type == PropertyNotify && event->xproperty.window == ours);
+        },
+        reinterpret_cast<XPointer>(&window_))) {
+    }
 }
 
 void X11SelectionRequests::ask(Atom target, std::function<void(Answer)> answered, const std::vector<Atom>& parameters) {
