@@ -172,6 +172,7 @@ int64_t X11Clipboard::changeCount() const {
 GdkFilterReturn X11Clipboard::filter(GdkXEvent* raw, GdkEvent*, gpointer data) {
     auto* self = static_cast<X11Clipboard*>(data);
     const XEvent& event = *static_cast<XEvent*>(raw);
+    if (self->reads_.empty() && !self->isOwnerChange(event)) return GDK_FILTER_CONTINUE;
     // The list may change under the calls below; the copy keeps each read alive meanwhile.
     const auto reads = self->reads_;
     if (self->isOwnerChange(event)) {
