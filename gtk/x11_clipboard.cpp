@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <map>
 #include <string_view>
 #include <utility>
 
@@ -75,12 +76,14 @@ guint millisecondsUntil(Clock::time_point deadline) {
 // clipboard; `held` tells the clipboard whether it is still there.
 struct Offered {
     PasteboardItem item;
+    std::vector<GdkAtom> answerTypes;  // per entry
     std::shared_ptr<bool> held = std::make_shared<bool>(true);
 };
 
-void provideEntry(GtkClipboard*, GtkSelectionData* selection, guint index, gpointer offered) {
-    const PasteboardEntry& entry = static_cast<const Offered*>(offered)->item[index];
-    gtk_selection_data_set(selection, gdk_atom_intern(entry.type.c_str(), FALSE), 8,
+void provideEntry(GtkClipboard*, GtkSelectionData* selection, guint index, gpointer data) {
+    const auto* offered = static_cast<const Offered*>(data);
+    const PasteboardEntry& entry = offered->item[index];
+    gtk_selection_data_set(selection, offered->answerTypes[index], 8,
                            reinterpret_cast<const guchar*>(entry.data.bytes().data()),
                            static_cast<gint>(entry.data.size()));
 }
@@ -281,10 +284,28 @@ void X11Clipboard::readTargets(Read* read, std::shared_ptr<OfferedTargets> targe
         // Data in 16- or 32-bit units could only be written back as bytes, which the next
         // reader would misread; such a type, like a refused one, cannot be kept.
         std::optional<PasteboardData> data;
-        if (answer && answer->format == 8) data = PasteboardData(std::move(answer->bytes));
+        if (answer && answer->format == 8) data = keep(std::move(*answer));
         item->push_back({targets->names[index], std::move(data)});
         readTargets(read, targets, item, completion);
     });
+}
+
+PasteboardData X11Clipboard::keep(SelectionAnswer answer) {
+    auto kept = std::make_shared<const SelectionAnswer>(std::move(answer));
+    std::erase_if(answers_, [](const auto& known) { return known.second.expired(); });
+    answers_[kept->bytes.data()] = kept;
+    return PasteboardData(kept, kept->bytes.data(), kept->bytes.size());
+}
+
+GdkAtom X11Clipboard::answerType(const PasteboardEntry& entry) const {
+    // Bytes still held where an owner's answer put them are that answer's.
+    const auto known = answers_.find(entry.data.bytes().data());
+    if (known != answers_.end()) {
+        if (const auto answer = known->second.lock(); answer && answer->bytes.size() == entry.data.size()) {
+            return gdk_x11_xatom_to_atom_for_display(gdkDisplay_, answer->type);
+        }
+    }
+    return gdk_atom_intern(entry.type.c_str(), FALSE);
 }
 
 void X11Clipboard::readPlainText(Clock::time_point deadline, std::function<void(TextRead)> completion) {
@@ -326,11 +347,12 @@ bool X11Clipboard::write(const std::vector<PasteboardItem>& items) {
     if (items.size() > 1) return false;
     // GTK owns the copy from here and releases it once another client takes the clipboard;
     // copies of PasteboardData share the bytes, so nothing large is copied.
-    auto* offered = new Offered{items.front()};
+    auto* offered = new Offered{items.front(), {}};
     std::vector<GtkTargetEntry> targets;
     targets.reserve(offered->item.size());
     for (guint i = 0; i < offered->item.size(); ++i) {
         targets.push_back({const_cast<gchar*>(offered->item[i].type.c_str()), 0, i});
+        offered->answerTypes.push_back(answerType(offered->item[i]));
     }
     GtkClipboard* clipboard = gtk_clipboard_get_for_display(gdkDisplay_, GDK_SELECTION_CLIPBOARD);
     held_ = offered->held;

@@ -4,6 +4,7 @@
 #include <gtk/gtk.h>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -59,6 +60,11 @@ private:
     void readTargets(Read* read, std::shared_ptr<OfferedTargets> targets, std::shared_ptr<PasteboardReadItem> item,
                      std::function<void(ItemsRead)> completion);
     void readText(Read* read, size_t candidate, std::function<void(TextRead)> completion);
+    // An answer's bytes as pasteboard data, with its type remembered for as long as they
+    // live: an owner may answer a target with data of another type (TEXT as UTF8_STRING), and
+    // putting the data back must hand out that type again.
+    PasteboardData keep(SelectionAnswer answer);
+    GdkAtom answerType(const PasteboardEntry& entry) const;
 
     GdkDisplay* gdkDisplay_;
     Display* display_;
@@ -69,6 +75,7 @@ private:
     Window changeWindow_ = None;
     int64_t changesSeen_ = 0;
     std::vector<std::shared_ptr<Read>> reads_;
+    std::map<const char*, std::weak_ptr<const SelectionAnswer>> answers_;
     // Whether our last write is still on the clipboard, and its targets.
     std::shared_ptr<bool> held_;
     std::vector<Atom> written_;

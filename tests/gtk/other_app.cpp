@@ -15,6 +15,7 @@
 //                             "managing", then "saved" each time
 //   other_app read TARGET     writes what the clipboard holds for TARGET (TARGETS: one name a
 //                             line); fails when nothing comes
+//   other_app read-type TARGET  writes the type of the answer for TARGET
 // An owner prints "owned" once X has made it the owner, and ends when it loses the clipboard.
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
@@ -77,7 +78,10 @@ void own() {
         gtk_clipboard_get(GDK_SELECTION_CLIPBOARD), targets.data(), static_cast<guint>(targets.size()),
         [](GtkClipboard*, GtkSelectionData* selection, guint index, gpointer) {
             if (const std::string* data = offered[index].second) {
-                gtk_selection_data_set(selection, gtk_selection_data_get_target(selection), data == &longs ? 32 : 8,
+                // As GTK's own text does, TEXT is answered in another type.
+                const GdkAtom type = offered[index].first == "TEXT" ? gdk_atom_intern("UTF8_STRING", FALSE)
+                                                                    : gtk_selection_data_get_target(selection);
+                gtk_selection_data_set(selection, type, data == &longs ? 32 : 8,
                                        reinterpret_cast<const guchar*>(data->data()), static_cast<gint>(data->size()));
             }
         },
@@ -222,7 +226,7 @@ int hostile(const std::string& how) {
     }
 }
 
-int read(const char* target) {
+int read(const char* target, bool typeOnly) {
     GtkClipboard* clipboard = gtk_clipboard_get(GDK_SELECTION_CLIPBOARD);
     if (std::string(target) == "TARGETS") {
         GdkAtom* atoms = nullptr;
@@ -240,7 +244,13 @@ int read(const char* target) {
     if (!data) return 1;
     gint length = 0;
     const guchar* bytes = gtk_selection_data_get_data_with_length(data, &length);
-    if (length >= 0) std::fwrite(bytes, 1, static_cast<size_t>(length), stdout);
+    if (typeOnly) {
+        gchar* type = gdk_atom_name(gtk_selection_data_get_data_type(data));
+        std::fputs(type, stdout);
+        g_free(type);
+    } else if (length >= 0) {
+        std::fwrite(bytes, 1, static_cast<size_t>(length), stdout);
+    }
     gtk_selection_data_free(data);
     return length >= 0 ? 0 : 1;
 }
@@ -250,11 +260,11 @@ int read(const char* target) {
 int main(int argc, char** argv) {
     gtk_init(&argc, &argv);
     const std::string mode = argc > 1 ? argv[1] : "";
-    if (mode == "read" && argc == 3) return read(argv[2]);
+    if ((mode == "read" || mode == "read-type") && argc == 3) return read(argv[2], mode == "read-type");
     if (mode == "window") {
         showWindow();
     } else if (mode == "own") {
-        offered = {{"UTF8_STRING", &text}, {"text/html", &html}, {"image/png", &png}};
+        offered = {{"UTF8_STRING", &text}, {"text/html", &html}, {"image/png", &png}, {"TEXT", &text}};
         if (argc == 3 && std::string(argv[2]) == "odd") offered.insert(offered.end(), {{promisedType, nullptr}, {longsType, &longs}});
         own();
     } else if (mode == "own-large" && argc == 3) {

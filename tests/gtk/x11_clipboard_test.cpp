@@ -27,9 +27,10 @@ std::unique_ptr<ChildProcess> otherOwner(std::vector<std::string> arguments) {
     return owner;
 }
 
-// What another program reads from the clipboard.
-std::string readByOther(const char* target) {
-    ChildProcess reader({BRISEL_OTHER_APP, "read", target});
+// What another program reads from the clipboard ("read"), or the type it reads it in
+// ("read-type").
+std::string readByOther(const char* target, const char* how = "read") {
+    ChildProcess reader({BRISEL_OTHER_APP, how, target});
     auto [output, succeeded] = reader.readToEnd(std::chrono::seconds(30));
     EXPECT_TRUE(succeeded) << target;
     return output;
@@ -138,7 +139,8 @@ TEST(X11Clipboard, AnotherProgramsClipboardIsKeptWholeAndPutBack) {
     ::testing::Test::RecordProperty("snapshotMilliseconds", static_cast<int>(taken.took.count()));
     const PasteboardItem expected{{"UTF8_STRING", PasteboardData(other_app::text)},
                                   {"text/html", PasteboardData(other_app::html)},
-                                  {"image/png", PasteboardData(other_app::png)}};
+                                  {"image/png", PasteboardData(other_app::png)},
+                                  {"TEXT", PasteboardData(other_app::text)}};
     EXPECT_EQ(taken.snapshot->items, std::vector<PasteboardItem>{expected});
     EXPECT_EQ(readText(clipboard), other_app::text);
 
@@ -149,10 +151,13 @@ TEST(X11Clipboard, AnotherProgramsClipboardIsKeptWholeAndPutBack) {
     ASSERT_TRUE(taken.snapshot->restore(clipboard, clipboard.changeCount()));
     EXPECT_TRUE(copier->exits());
 
-    expectOffered({"UTF8_STRING", "text/html", "image/png"});
+    expectOffered({"UTF8_STRING", "text/html", "image/png", "TEXT"});
     EXPECT_EQ(readByOther("UTF8_STRING"), other_app::text);
     EXPECT_EQ(readByOther("text/html"), other_app::html);
     EXPECT_EQ(readByOther("image/png"), other_app::png);
+    EXPECT_EQ(readByOther("TEXT"), other_app::text);
+    EXPECT_EQ(readByOther("TEXT", "read-type"), "UTF8_STRING");
+    EXPECT_EQ(readByOther("text/html", "read-type"), "text/html");
 }
 
 TEST(X11Clipboard, FiftyMegabytesComeInIncrementsWithinTheTimeLimitAndGoBackWhole) {
