@@ -67,6 +67,12 @@ std::optional<OfferedTargets> dataTargets(GdkDisplay* gdkDisplay, Display* displ
     return targets;
 }
 
+// The selection's time of last change, as the server keeps it: the time its new owner gave,
+// or the moment its owner went away.
+Time changeTime(const XFixesSelectionNotifyEvent& notice) {
+    return notice.subtype == XFixesSetSelectionOwnerNotify ? notice.selection_timestamp : notice.timestamp;
+}
+
 guint millisecondsUntil(Clock::time_point deadline) {
     const auto left = std::chrono::duration_cast<Duration>(deadline - Clock::now()).count();
     return static_cast<guint>(std::max<decltype(left)>(left, 0));
@@ -159,16 +165,21 @@ int64_t X11Clipboard::changeCount() const {
     struct Queued {
         const X11Clipboard* clipboard;
         int64_t changes = 0;
+        Time latest = CurrentTime;
     } queued{this};
     XEvent unused;
     XCheckIfEvent(
         display_, &unused,
         [](Display*, XEvent* event, XPointer data) -> Bool {
             auto* queued = reinterpret_cast<Queued*>(data);
-            if (queued->clipboard->isOwnerChange(*event)) ++queued->changes;
+            if (queued->clipboard->isOwnerChange(*event)) {
+                ++queued->changes;
+                queued->latest = changeTime(*reinterpret_cast<const XFixesSelectionNotifyEvent*>(event));
+            }
             return False;  // looked at, left in the queue
         },
         reinterpret_cast<XPointer>(&queued));
+    countedChangeTime_ = queued.changes ? queued.latest : lastChangeTime_;
     return changesSeen_ + queued.changes;
 }
 
@@ -180,6 +191,7 @@ GdkFilterReturn X11Clipboard::filter(GdkXEvent* raw, GdkEvent*, gpointer data) {
     const auto reads = self->reads_;
     if (self->isOwnerChange(event)) {
         ++self->changesSeen_;
+        self->lastChangeTime_ = changeTime(reinterpret_cast<const XFixesSelectionNotifyEvent&>(event));
         // Answers from before and after a change of owner would mix two clipboards.
         for (const auto& read : reads) {
             if (read->endsOnOwnerChange && read->startCount < self->changesSeen_) self->abandon(read.get());
@@ -337,14 +349,17 @@ void X11Clipboard::readText(Read* read, size_t candidate, std::function<void(Tex
 
 void X11Clipboard::clear() {
     // gtk_clipboard_clear only lets go of our own data; emptying another client's clipboard
-    // takes setting the selection's owner to None.
-    gtk_selection_owner_set_for_display(gdkDisplay_, nullptr, GDK_SELECTION_CLIPBOARD, GDK_CURRENT_TIME);
+    // takes setting the selection's owner to None. Given the time of the last change counted,
+    // the server ignores the request when anyone has taken the clipboard since.
+    gtk_selection_owner_set_for_display(gdkDisplay_, nullptr, GDK_SELECTION_CLIPBOARD, countedChangeTime_);
 }
 
 bool X11Clipboard::write(const std::vector<PasteboardItem>& items) {
     if (items.empty()) return true;
     // The selection has room for one item only.
     if (items.size() > 1) return false;
+    // Only onto the clipboard clear() emptied: anyone who took it since keeps it.
+    if (XGetSelectionOwner(display_, clipboard_) != None) return false;
     // GTK owns the copy from here and releases it once another client takes the clipboard;
     // copies of PasteboardData share the bytes, so nothing large is copied.
     auto* offered = new Offered{items.front(), {}};

@@ -26,7 +26,9 @@ struct OfferedTargets;
 //
 // The change count follows the real owner: the X server reports every change of owner
 // (XFixes), and the count includes reports still queued, so it is right even while the main
-// loop has not dispatched them yet.
+// loop has not dispatched them yet. Putting data back is conditional at the server itself:
+// clear() names the time of the last change counted, which the server ignores once anyone
+// has taken the clipboard since, and write() only takes a clipboard left empty.
 class X11Clipboard final : public PasteboardPort {
 public:
     X11Clipboard();
@@ -74,6 +76,10 @@ private:
     int fixesEventBase_ = 0;
     Window changeWindow_ = None;
     int64_t changesSeen_ = 0;
+    // The server's time of the last change dispatched, and of the last change counted by
+    // changeCount(): the base of clear(), which must not undo a change nobody has counted.
+    Time lastChangeTime_ = CurrentTime;
+    mutable Time countedChangeTime_ = CurrentTime;
     std::vector<std::shared_ptr<Read>> reads_;
     std::map<const char*, std::weak_ptr<const SelectionAnswer>> answers_;
     // Whether our last write is still on the clipboard, and its targets.

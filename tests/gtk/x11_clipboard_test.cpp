@@ -1,3 +1,4 @@
+#include <X11/Xatom.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -226,6 +227,38 @@ TEST(X11Clipboard, AWriteByAnyoneIsCountedAtOnceAndNeverRestoredOver) {
     XSync(editor.display(), False);
     EXPECT_NE(clipboard.changeCount(), afterKindle);
     EXPECT_FALSE(snapshot->restore(clipboard, afterKindle));
+    EXPECT_EQ(XGetSelectionOwner(editor.display(), editor.atom("CLIPBOARD")), window);
+}
+
+// A write landing between the last look at the count and the restore itself: the server
+// refuses to empty the clipboard, and nothing is written over it.
+TEST(X11Clipboard, AWriteRightBeforeTheRestoreIsNotUndone) {
+    X11Clipboard clipboard;
+    auto owner = otherOwner({"own"});
+    const auto snapshot = takeSnapshot(clipboard).snapshot;
+    ASSERT_TRUE(snapshot);
+    auto copier = otherOwner({"copy", "Kindle's copy"});
+    ASSERT_NE(clipboard.changeCount(), snapshot->changeCount);
+
+    // The editor copies at a time the server tells apart from Kindle's (its clock counts
+    // milliseconds).
+    testing::OtherXClient editor;
+    const Window window = XCreateSimpleWindow(editor.display(), editor.root(), 0, 0, 1, 1, 0, 0, 0);
+    XSelectInput(editor.display(), window, PropertyChangeMask);
+    const auto serverTime = [&] {
+        XChangeProperty(editor.display(), window, XA_WM_NAME, XA_STRING, 8, PropModeAppend, nullptr, 0);
+        XEvent event;
+        XWindowEvent(editor.display(), window, PropertyChangeMask, &event);
+        return event.xproperty.time;
+    };
+    const Time afterKindle = serverTime();
+    Time now;
+    while ((now = serverTime()) == afterKindle) {
+    }
+    XSetSelectionOwner(editor.display(), editor.atom("CLIPBOARD"), window, now);
+    XSync(editor.display(), False);
+    clipboard.clear();
+    EXPECT_FALSE(clipboard.write(snapshot->items));
     EXPECT_EQ(XGetSelectionOwner(editor.display(), editor.atom("CLIPBOARD")), window);
 }
 
