@@ -52,10 +52,10 @@ size_t countAllocations(const std::function<void()>& work) {
 class CopyingPasteboard final : public brisel::PasteboardPort {
 public:
     std::vector<std::vector<std::pair<std::string, std::string>>> stored;
-    mutable const char* lastHandedOut = nullptr;
+    const char* lastHandedOut = nullptr;
 
     int64_t changeCount() const override { return 7; }
-    std::vector<PasteboardReadItem> items() const override {
+    void readItems(brisel::Clock::time_point, std::function<void(ItemsRead)> completion) override {
         std::vector<PasteboardReadItem> read;
         for (const auto& item : stored) {
             auto& readItem = read.emplace_back();
@@ -65,9 +65,11 @@ public:
                 readItem.push_back({type, PasteboardData(std::move(copy))});
             }
         }
-        return read;
+        completion(std::move(read));
     }
-    std::optional<std::string> plainText() const override { return std::nullopt; }
+    void readPlainText(brisel::Clock::time_point, std::function<void(TextRead)> completion) override {
+        completion(std::nullopt);
+    }
     void clear() override {}
     bool write(const std::vector<PasteboardItem>& items) override {
         written = items.size();
@@ -76,6 +78,13 @@ public:
     size_t written = 0;
 };
 
+// This pasteboard answers at once, so the snapshot is complete when `take` returns.
+std::optional<KindleClipboardSnapshot> takeNow(CopyingPasteboard& pasteboard) {
+    std::optional<KindleClipboardSnapshot> taken;
+    KindleClipboardSnapshot::take(pasteboard, {}, [&](auto snapshot) { taken = std::move(snapshot); });
+    return taken;
+}
+
 CopyingPasteboard fiftyMegabyteClipboard() {
     CopyingPasteboard pasteboard;
     pasteboard.stored = {{{"public.utf8-plain-text", "a caption"}}, {{"public.png", std::string(imageBytes, '\x5a')}}};
@@ -83,11 +92,11 @@ CopyingPasteboard fiftyMegabyteClipboard() {
 }
 
 void SnapshotOf50MBClipboard(benchmark::State& state) {
-    const CopyingPasteboard pasteboard = fiftyMegabyteClipboard();
+    CopyingPasteboard pasteboard = fiftyMegabyteClipboard();
     size_t allocated = 0;
     for (auto _ : state) {
         std::optional<KindleClipboardSnapshot> snapshot;
-        allocated = countAllocations([&] { snapshot = KindleClipboardSnapshot::take(pasteboard); });
+        allocated = countAllocations([&] { snapshot = takeNow(pasteboard); });
         if (!snapshot || snapshot->items.size() != 2 || snapshot->items[1][0].data.size() != imageBytes) {
             state.SkipWithError("the snapshot lost the clipboard");
             break;
@@ -115,7 +124,7 @@ BENCHMARK(SnapshotOf50MBClipboard)->Unit(benchmark::kMillisecond);
 // Putting it back hands the held bytes to the pasteboard as they are: no copy in core at all.
 void RestoreOf50MBClipboard(benchmark::State& state) {
     CopyingPasteboard pasteboard = fiftyMegabyteClipboard();
-    const auto snapshot = KindleClipboardSnapshot::take(pasteboard);
+    const auto snapshot = takeNow(pasteboard);
     if (!snapshot) {
         state.SkipWithError("no snapshot");
         return;
@@ -142,7 +151,7 @@ void SnapshotOfManySmallTypes(benchmark::State& state) {
                                      {"com.example.cell", std::string(48, 'c')}});
     }
     for (auto _ : state) {
-        auto snapshot = KindleClipboardSnapshot::take(pasteboard);
+        auto snapshot = takeNow(pasteboard);
         benchmark::DoNotOptimize(snapshot);
     }
     state.SetItemsProcessed(state.iterations() * 3000);

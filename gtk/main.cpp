@@ -15,6 +15,9 @@ namespace {
 
 using namespace brisel;
 
+// How long the exit waits for a clipboard manager to take the clipboard over.
+constexpr Duration clipboardHandOverLimit{3000};
+
 struct Options {
     std::string localURL = productLocalURL;
     std::string screenshot;
@@ -100,5 +103,8 @@ int main(int argc, char** argv) {
     }
     gtk_main();
     companion.applicationWillTerminate();
+    // A clipboard we put back after a capture would end with this process; a clipboard
+    // manager, where one runs, keeps it. Without one it goes, as any X program's does.
+    shell.clipboard().handOverToClipboardManager(clipboardHandOverLimit);
     return screenshot && !screenshot->saved() ? 1 : 0;
 }

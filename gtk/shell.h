@@ -43,6 +43,7 @@ public:
     PanelWindow& panel() { return panel_; }
     WebView& webView() { return webView_; }
     SettingsWindow& settingsWindow() { return settingsWindow_; }
+    X11Clipboard& clipboard() { return clipboard_; }
 
 private:
     void menuAction(MenuAction action);

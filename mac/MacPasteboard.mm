@@ -31,7 +31,7 @@ int64_t MacPasteboard::changeCount() const {
     return NSPasteboard.generalPasteboard.changeCount;
 }
 
-std::vector<PasteboardReadItem> MacPasteboard::items() const {
+void MacPasteboard::readItems(Clock::time_point, std::function<void(ItemsRead)> completion) {
     std::vector<PasteboardReadItem> items;
     for (NSPasteboardItem* item in NSPasteboard.generalPasteboard.pasteboardItems) {
         PasteboardReadItem entries;
@@ -43,11 +43,11 @@ std::vector<PasteboardReadItem> MacPasteboard::items() const {
         }
         items.push_back(std::move(entries));
     }
-    return items;
+    completion(std::move(items));
 }
 
-std::optional<std::string> MacPasteboard::plainText() const {
-    return optionalString([NSPasteboard.generalPasteboard stringForType:NSPasteboardTypeString]);
+void MacPasteboard::readPlainText(Clock::time_point, std::function<void(TextRead)> completion) {
+    completion(optionalString([NSPasteboard.generalPasteboard stringForType:NSPasteboardTypeString]));
 }
 
 void MacPasteboard::clear() {

@@ -4,12 +4,14 @@
 
 namespace brisel {
 
-std::optional<KindleClipboardSnapshot> KindleClipboardSnapshot::take(const PasteboardPort& pasteboard) {
+namespace {
+
+std::optional<KindleClipboardSnapshot> snapshotOf(int64_t changeCount, PasteboardPort::ItemsRead read) {
+    if (!read) return std::nullopt;
     KindleClipboardSnapshot snapshot;
-    snapshot.changeCount = pasteboard.changeCount();
-    std::vector<PasteboardReadItem> read = pasteboard.items();
-    snapshot.items.reserve(read.size());
-    for (PasteboardReadItem& readItem : read) {
+    snapshot.changeCount = changeCount;
+    snapshot.items.reserve(read->size());
+    for (PasteboardReadItem& readItem : *read) {
         PasteboardItem& item = snapshot.items.emplace_back();
         item.reserve(readItem.size());
         for (PasteboardReadEntry& entry : readItem) {
@@ -17,8 +19,19 @@ std::optional<KindleClipboardSnapshot> KindleClipboardSnapshot::take(const Paste
             item.push_back({std::move(entry.type), std::move(*entry.data)});
         }
     }
-    if (pasteboard.changeCount() != snapshot.changeCount) return std::nullopt;
     return snapshot;
+}
+
+}  // namespace
+
+void KindleClipboardSnapshot::take(PasteboardPort& pasteboard, Clock::time_point deadline, Completion completion) {
+    const int64_t changeCount = pasteboard.changeCount();
+    pasteboard.readItems(deadline, [&pasteboard, changeCount, completion = std::move(completion)](
+                                       PasteboardPort::ItemsRead read) {
+        auto snapshot = snapshotOf(changeCount, std::move(read));
+        if (snapshot && pasteboard.changeCount() != changeCount) snapshot.reset();
+        completion(std::move(snapshot));
+    });
 }
 
 bool KindleClipboardSnapshot::restore(PasteboardPort& to, int64_t ifUnchanged) const {

@@ -46,6 +46,8 @@ public:
     static constexpr Duration handoffTimeLimit{2000};
     static constexpr Duration activationPollInterval{100};
     static constexpr Duration copyWaitTimeLimit{2000};
+    // A clipboard owner that has not handed over everything by then is not waited for.
+    static constexpr Duration snapshotTimeLimit{2000};
     static constexpr Duration copyPollInterval{50};
 
     BriselKindleCapture(KindleCapturePorts ports, CaptureHost& host, UUIDSource uuids = randomUUIDString);
@@ -71,7 +73,7 @@ public:
     void returnAfterSave(const std::optional<std::string>& measurementID);
     void reportReadingReturn(const std::optional<std::string>& measurementID, bool saved, bool success);
 
-    // Presses Kindle's Copy after taking the clipboard snapshot, in one main-thread turn.
+    // Takes the clipboard snapshot, then presses Kindle's Copy in the turn that completes it.
     void copySelection(const AccessibilityElement& copyControl, int32_t sourcePID);
     // One round of waiting for Kindle's copy; rounds repeat every 0.05 s until `deadline`.
     void waitForCopy(std::shared_ptr<const KindleClipboardSnapshot> snapshot, int32_t sourcePID, bool copyCompleted,
@@ -86,6 +88,11 @@ public:
 private:
     void searchForCopyControl(int32_t processID);
     void copyControlFound(int32_t processID, const std::optional<AccessibilityElement>& control);
+    void pressCopy(const AccessibilityElement& copyControl, int32_t sourcePID,
+                   std::optional<KindleClipboardSnapshot> snapshot);
+    void finishCopyRound(std::shared_ptr<const KindleClipboardSnapshot> snapshot, int32_t sourcePID,
+                         bool copyCompleted, Clock::time_point deadline, int64_t written,
+                         std::optional<std::string> text);
     std::optional<RunningApplication> kindleTarget() const;
     bool kindleIsFrontmost(int32_t processID) const;
     bool isFrontmost(int32_t processID) const;

@@ -40,17 +40,25 @@ void BriselKindleCapture::copyControlFound(int32_t processID, const std::optiona
 // MARK: - Press
 
 void BriselKindleCapture::copySelection(const AccessibilityElement& copyControl, int32_t sourcePID) {
-    AccessibilityPort& accessibility = ports_.accessibility;
-    if (!kindleIsFrontmost(sourcePID) || !isEnabledCopyControl(accessibility, copyControl)) {
+    if (!kindleIsFrontmost(sourcePID) || !isEnabledCopyControl(ports_.accessibility, copyControl)) {
         endWithMessage(capture_texts::copyUnavailableChooseAgain);
         return;
     }
-    auto snapshot = KindleClipboardSnapshot::take(ports_.pasteboard);
+    KindleClipboardSnapshot::take(ports_.pasteboard, ports_.mainQueue.now() + snapshotTimeLimit,
+                                  weakly([this, copyControl, sourcePID](std::optional<KindleClipboardSnapshot> snapshot) {
+                                      pressCopy(copyControl, sourcePID, std::move(snapshot));
+                                  }));
+}
+
+void BriselKindleCapture::pressCopy(const AccessibilityElement& copyControl, int32_t sourcePID,
+                                    std::optional<KindleClipboardSnapshot> snapshot) {
+    AccessibilityPort& accessibility = ports_.accessibility;
     if (!snapshot) {
         endWithMessage(capture_texts::clipboardCannotBeKept);
         return;
     }
-    // Nothing between the snapshot and the press may have changed what the snapshot stands for.
+    // Nothing since the snapshot was noted may have changed what it stands for; the press
+    // follows in this same turn.
     if (ports_.pasteboard.changeCount() != snapshot->changeCount || !isFrontmost(sourcePID) ||
         !isEnabledCopyControl(accessibility, copyControl)) {
         endWithMessage(capture_texts::changedBeforeCopy);
@@ -70,16 +78,28 @@ void BriselKindleCapture::copySelection(const AccessibilityElement& copyControl,
 
 void BriselKindleCapture::waitForCopy(std::shared_ptr<const KindleClipboardSnapshot> snapshot, int32_t sourcePID,
                                       bool copyCompleted, Clock::time_point deadline) {
-    PasteboardPort& pasteboard = ports_.pasteboard;
     // Every round proves again that Kindle is in front, so another program's copy is never
     // taken for Kindle's.
     if (!kindleIsFrontmost(sourcePID)) {
         endWithMessage(capture_texts::switchedDuringCopy);
         return;
     }
-    const int64_t written = pasteboard.changeCount();
-    std::optional<std::string> text;
-    if (written != snapshot->changeCount) text = pasteboard.plainText();
+    const int64_t written = ports_.pasteboard.changeCount();
+    if (written == snapshot->changeCount) {
+        finishCopyRound(std::move(snapshot), sourcePID, copyCompleted, deadline, written, std::nullopt);
+        return;
+    }
+    // The text is asked for within the wait's own deadline: a slow owner cannot stretch it.
+    ports_.pasteboard.readPlainText(deadline, weakly([this, snapshot = std::move(snapshot), sourcePID, copyCompleted,
+                                                      deadline, written](PasteboardPort::TextRead text) {
+        finishCopyRound(snapshot, sourcePID, copyCompleted, deadline, written, std::move(text));
+    }));
+}
+
+void BriselKindleCapture::finishCopyRound(std::shared_ptr<const KindleClipboardSnapshot> snapshot, int32_t sourcePID,
+                                          bool copyCompleted, Clock::time_point deadline, int64_t written,
+                                          std::optional<std::string> text) {
+    PasteboardPort& pasteboard = ports_.pasteboard;
     // Still Kindle, and nobody wrote while the text was read: not half a copy.
     if (!isFrontmost(sourcePID) || pasteboard.changeCount() != written) {
         endWithMessage(capture_texts::copyUnverified);

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "platform/main_queue.h"
 
 namespace brisel {
 
@@ -57,18 +60,26 @@ using PasteboardReadItem = std::vector<PasteboardReadEntry>;
 
 // The general pasteboard (NSPasteboard.general on macOS, the CLIPBOARD selection on Linux).
 // Main thread only.
+//
+// Reads answer through a completion, called exactly once on the main thread and no later than
+// the deadline given: a pasteboard that answers at once (macOS) calls it before returning, one
+// whose owner must be asked (X11) once the owner has answered, without blocking meanwhile.
 class PasteboardPort {
 public:
+    // Every item, in the pasteboard's order, with every type it declares and that type's data.
+    // An empty pasteboard is an empty list. Absent when the pasteboard's owner does not tell
+    // what it holds: it refuses, answers nonsense, goes away, or is still silent at the deadline.
+    using ItemsRead = std::optional<std::vector<PasteboardReadItem>>;
+    // The plain-text string, when some item carries one and its owner hands it over in time.
+    using TextRead = std::optional<std::string>;
+
     virtual ~PasteboardPort() = default;
 
     // Moves on every change of contents, by any program.
     virtual int64_t changeCount() const = 0;
 
-    // Every item, in the pasteboard's order, with every type it declares and that type's data.
-    virtual std::vector<PasteboardReadItem> items() const = 0;
-
-    // The plain-text string, when some item carries one.
-    virtual std::optional<std::string> plainText() const = 0;
+    virtual void readItems(Clock::time_point deadline, std::function<void(ItemsRead)> completion) = 0;
+    virtual void readPlainText(Clock::time_point deadline, std::function<void(TextRead)> completion) = 0;
 
     // Empties the pasteboard (the change count moves).
     virtual void clear() = 0;

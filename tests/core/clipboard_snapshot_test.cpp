@@ -23,6 +23,13 @@ FakePasteboardContents richClipboard() {
             {{"public.png", pngBytes}, {"org.example.latin1", std::string("caf\xe9", 4)}}};
 }
 
+// The fake answers at once, so the snapshot is complete when `take` returns.
+std::optional<KindleClipboardSnapshot> takeNow(FakePasteboard& pasteboard) {
+    std::optional<KindleClipboardSnapshot> taken;
+    KindleClipboardSnapshot::take(pasteboard, Clock::time_point{}, [&](auto snapshot) { taken = std::move(snapshot); });
+    return taken;
+}
+
 FakePasteboardContents contentsOf(const std::vector<PasteboardItem>& items) {
     FakePasteboardContents contents;
     for (const auto& item : items) {
@@ -36,7 +43,7 @@ TEST(ClipboardSnapshotTest, HoldsEveryItemAndEveryTypeByteForByteInOrder) {
     FakePasteboard pasteboard;
     pasteboard.contents = richClipboard();
     pasteboard.count = 41;
-    const auto snapshot = KindleClipboardSnapshot::take(pasteboard);
+    const auto snapshot = takeNow(pasteboard);
     ASSERT_TRUE(snapshot);
     EXPECT_EQ(snapshot->changeCount, 41);
     EXPECT_EQ(contentsOf(snapshot->items), richClipboard());
@@ -45,7 +52,7 @@ TEST(ClipboardSnapshotTest, HoldsEveryItemAndEveryTypeByteForByteInOrder) {
 
 TEST(ClipboardSnapshotTest, AnEmptyClipboardHasNoItems) {
     FakePasteboard pasteboard;
-    const auto snapshot = KindleClipboardSnapshot::take(pasteboard);
+    const auto snapshot = takeNow(pasteboard);
     ASSERT_TRUE(snapshot);
     EXPECT_TRUE(snapshot->items.empty());
 }
@@ -54,7 +61,14 @@ TEST(ClipboardSnapshotTest, ATypeWhoseDataCannotBeProducedFailsTheSnapshot) {
     FakePasteboard pasteboard;
     pasteboard.contents = richClipboard();
     pasteboard.contents[1].push_back({"com.example.promised", std::nullopt});
-    EXPECT_FALSE(KindleClipboardSnapshot::take(pasteboard));
+    EXPECT_FALSE(takeNow(pasteboard));
+}
+
+TEST(ClipboardSnapshotTest, AnOwnerThatDoesNotSayWhatItHoldsFailsTheSnapshot) {
+    FakePasteboard pasteboard;
+    pasteboard.contents = richClipboard();
+    pasteboard.ownerRefuses = true;
+    EXPECT_FALSE(takeNow(pasteboard));
 }
 
 TEST(ClipboardSnapshotTest, AChangeWhileReadingFailsTheSnapshot) {
@@ -63,13 +77,13 @@ TEST(ClipboardSnapshotTest, AChangeWhileReadingFailsTheSnapshot) {
     pasteboard.beforeRead = [&](const std::string& read) {
         if (read == "items") pasteboard.replace(testing::plainTextContents("other"), "other");
     };
-    EXPECT_FALSE(KindleClipboardSnapshot::take(pasteboard));
+    EXPECT_FALSE(takeNow(pasteboard));
 }
 
 TEST(ClipboardSnapshotTest, CopiesOfTheSnapshotShareItsBytes) {
     FakePasteboard pasteboard;
     pasteboard.contents = richClipboard();
-    const auto snapshot = KindleClipboardSnapshot::take(pasteboard);
+    const auto snapshot = takeNow(pasteboard);
     ASSERT_TRUE(snapshot);
     const KindleClipboardSnapshot copy = *snapshot;
     EXPECT_EQ(copy.items[1][0].data.bytes().data(), snapshot->items[1][0].data.bytes().data());
@@ -78,7 +92,7 @@ TEST(ClipboardSnapshotTest, CopiesOfTheSnapshotShareItsBytes) {
 TEST(ClipboardSnapshotTest, RestorePutsEveryItemBackInOneWrite) {
     FakePasteboard pasteboard;
     pasteboard.contents = richClipboard();
-    const auto snapshot = KindleClipboardSnapshot::take(pasteboard);
+    const auto snapshot = takeNow(pasteboard);
     ASSERT_TRUE(snapshot);
     pasteboard.replace(testing::plainTextContents("Kindle's copy"), "kindle");
 
@@ -91,7 +105,7 @@ TEST(ClipboardSnapshotTest, RestorePutsEveryItemBackInOneWrite) {
 
 TEST(ClipboardSnapshotTest, AnEmptyClipboardIsRestoredAsEmpty) {
     FakePasteboard pasteboard;
-    const auto snapshot = KindleClipboardSnapshot::take(pasteboard);
+    const auto snapshot = takeNow(pasteboard);
     ASSERT_TRUE(snapshot);
     pasteboard.replace(testing::plainTextContents("Kindle's copy"), "kindle");
     const int64_t before = pasteboard.count;
@@ -105,7 +119,7 @@ TEST(ClipboardSnapshotTest, AnEmptyClipboardIsRestoredAsEmpty) {
 TEST(ClipboardSnapshotTest, RestoreLeavesAnotherProgramsWriteAlone) {
     FakePasteboard pasteboard;
     pasteboard.contents = richClipboard();
-    const auto snapshot = KindleClipboardSnapshot::take(pasteboard);
+    const auto snapshot = takeNow(pasteboard);
     ASSERT_TRUE(snapshot);
     pasteboard.replace(testing::plainTextContents("Kindle's copy"), "kindle");
     const int64_t afterKindle = pasteboard.count;
@@ -120,7 +134,7 @@ TEST(ClipboardSnapshotTest, RestoreLeavesAnotherProgramsWriteAlone) {
 TEST(ClipboardSnapshotTest, RestoreReportsAWriteThatFailed) {
     FakePasteboard pasteboard;
     pasteboard.contents = richClipboard();
-    const auto snapshot = KindleClipboardSnapshot::take(pasteboard);
+    const auto snapshot = takeNow(pasteboard);
     ASSERT_TRUE(snapshot);
     pasteboard.writeFails = true;
     EXPECT_FALSE(snapshot->restore(pasteboard, pasteboard.count));

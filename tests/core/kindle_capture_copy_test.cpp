@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -287,6 +288,55 @@ TEST_F(KindleCaptureCopyTest, AClipboardThatCannotBeReadCompletelyIsNotRisked) {
     captureAndWait();
     EXPECT_EQ(outcome(), capture_texts::clipboardCannotBeKept);
     EXPECT_FALSE(pressed());
+}
+
+TEST_F(KindleCaptureCopyTest, AClipboardWhoseOwnerWillNotSayWhatItHoldsIsNotRisked) {
+    h.pasteboard.ownerRefuses = true;
+    captureAndWait();
+    EXPECT_EQ(outcome(), capture_texts::clipboardCannotBeKept);
+    EXPECT_FALSE(pressed());
+    EXPECT_EQ(h.pasteboard.contents, h.userClipboard);
+    EXPECT_TRUE(h.pasteboard.changes.empty());
+}
+
+// An owner that must be asked answers later; the main queue keeps running meanwhile, and Copy
+// is pressed in the turn the answer completes the snapshot, if nothing changed in between.
+TEST_F(KindleCaptureCopyTest, ASnapshotAnsweredLaterIsPressedOnlyIfNothingChangedMeanwhile) {
+    struct Case {
+        const char* name;
+        std::function<void(Harness&)> meanwhile;
+        std::optional<const char*> outcome;  // none: the passage is delivered
+    };
+    for (const Case& c : std::vector<Case>{
+             {"nothing", [](Harness&) {}, std::nullopt},
+             {"another program copies",
+              [](Harness& other) { other.pasteboard.replace(plainTextContents("editor"), "other"); },
+              capture_texts::clipboardCannotBeKept},
+             {"the user switches away", [](Harness& other) { other.applications.frontmostPID = Harness::editorPID; },
+              capture_texts::changedBeforeCopy},
+         }) {
+        Harness other;
+        auto& otherCapture = other.make();
+        other.pasteboard.deliver = [&other](std::function<void()> answer) {
+            other.queue.postAfter(Duration(300), std::move(answer));
+        };
+        otherCapture.requestCaptureFromKindle();
+        other.queue.advance(Duration(100));
+        ASSERT_EQ(other.pasteboard.readDeadlines.size(), 1u) << c.name;
+        EXPECT_EQ(other.pasteboard.readDeadlines[0], other.queue.now() - Duration(100) + Duration(2000)) << c.name;
+        EXPECT_TRUE(other.accessibility.actions().empty()) << c.name;
+        c.meanwhile(other);
+        other.queue.advance(Duration(200));
+        EXPECT_EQ(other.accessibility.actions().empty(), c.outcome.has_value()) << c.name;
+        other.queue.advance(Duration(3000));
+        ASSERT_EQ(other.host.statuses.size(), 1u) << c.name;
+        if (c.outcome) {
+            EXPECT_EQ(other.host.statuses[0], *c.outcome) << c.name;
+        } else {
+            EXPECT_EQ(other.host.eventTypes().back(), "selection");
+            EXPECT_EQ(other.pasteboard.contents, other.userClipboard);
+        }
+    }
 }
 
 TEST_F(KindleCaptureCopyTest, AClipboardChangingDuringTheSnapshotIsNotRisked) {

@@ -25,7 +25,9 @@ inline FakePasteboardContents plainTextContents(const std::string& text) { retur
 
 // The general pasteboard in memory. Other programs write with `replace`; the capture's own
 // clears and writes are recorded as "capture". Every read first runs `beforeRead` with its
-// name, so a test can let another program write between two reads of one round.
+// name, so a test can let another program write between two reads of one round. Reads answer
+// at once, as on macOS, unless `deliver` holds the answer back (to send it later, as an X11
+// owner does); an owner that will not say what it holds answers `ownerRefuses`.
 class FakePasteboard final : public PasteboardPort {
 public:
     FakePasteboardContents contents;
@@ -36,6 +38,9 @@ public:
     int clears = 0;
     bool writeFails = false;
     std::function<void(const std::string& read)> beforeRead;
+    bool ownerRefuses = false;
+    std::function<void(std::function<void()> answer)> deliver = [](std::function<void()> answer) { answer(); };
+    std::vector<Clock::time_point> readDeadlines;
 
     void replace(FakePasteboardContents newContents, const std::string& writer) {
         contents = std::move(newContents);
@@ -49,22 +54,34 @@ public:
         return count;
     }
 
-    std::vector<PasteboardReadItem> items() const override {
-        if (beforeRead) beforeRead("items");
-        std::vector<PasteboardReadItem> read;
-        for (const auto& item : contents) {
-            PasteboardReadItem& readItem = read.emplace_back();
-            for (const auto& entry : item) {
-                std::optional<PasteboardData> data;
-                if (entry.bytes) data = PasteboardData(*entry.bytes);
-                readItem.push_back({entry.type, std::move(data)});
+    void readItems(Clock::time_point deadline, std::function<void(ItemsRead)> completion) override {
+        readDeadlines.push_back(deadline);
+        deliver([this, completion = std::move(completion)] {
+            if (beforeRead) beforeRead("items");
+            if (ownerRefuses) return completion(std::nullopt);
+            std::vector<PasteboardReadItem> read;
+            for (const auto& item : contents) {
+                PasteboardReadItem& readItem = read.emplace_back();
+                for (const auto& entry : item) {
+                    std::optional<PasteboardData> data;
+                    if (entry.bytes) data = PasteboardData(*entry.bytes);
+                    readItem.push_back({entry.type, std::move(data)});
+                }
             }
-        }
-        return read;
+            completion(std::move(read));
+        });
     }
 
-    std::optional<std::string> plainText() const override {
-        if (beforeRead) beforeRead("plainText");
+    void readPlainText(Clock::time_point deadline, std::function<void(TextRead)> completion) override {
+        readDeadlines.push_back(deadline);
+        deliver([this, completion = std::move(completion)] {
+            if (beforeRead) beforeRead("plainText");
+            if (ownerRefuses) return completion(std::nullopt);
+            completion(storedPlainText());
+        });
+    }
+
+    std::optional<std::string> storedPlainText() const {
         for (const auto& item : contents) {
             for (const auto& entry : item) {
                 if (entry.type == plainTextType) return entry.bytes;

@@ -11,5 +11,7 @@ inline const std::string png("\x89PNG\r\n\x1a\n\0\xff", 10);
 // Offered too with "own odd": one never produced, one in 32-bit units.
 inline const std::string promisedType = "application/x-promised";
 inline const std::string longsType = "application/x-longs";
+// Every byte of the image of "own-large".
+inline constexpr char largeByte = '\x5a';
 
 }  // namespace brisel::gtk::other_app
