@@ -54,6 +54,9 @@ void SettingsWindow::show(BriselShortcutSettings& settings) {
     observe(settings);
     refresh();
     gtk_window_deiconify(window_);
+    // Presenting a hidden window only maps it and leaves the focus to the window manager; a
+    // shown one is raised and given the focus, as making it key does on macOS.
+    gtk_widget_show(GTK_WIDGET(window_));
     gtk_window_present(window_);
 }
 

@@ -149,6 +149,9 @@ protected:
         gtk_widget_show(GTK_WIDGET(other));
         countPresses(window.window(), settingsWindowPresses);
         countPresses(other, otherWindowPresses);
+        // The focus the window takes on showing arrives before the keys the tests put.
+        main_loop::runUntil([&] { return gtk_window_is_active(window.window()); });
+        main_loop::runPending();
     }
     ~SettingsKeyRecorderTest() override { gtk_widget_destroy(GTK_WIDGET(other)); }
 
