@@ -56,6 +56,7 @@ void PanelWindow::configure(const PanelConfiguration& configuration) {
     gtk_header_bar_set_title(GTK_HEADER_BAR(header), configuration.title.c_str());
     gtk_header_bar_set_show_close_button(GTK_HEADER_BAR(header), TRUE);
     gtk_header_bar_pack_end(GTK_HEADER_BAR(header), buildMenuButton());
+    gtk_widget_show_all(header);  // so that it has its height before the window is shown
     gtk_window_set_titlebar(window_, header);
 
     GtkWidget* web = webView_.create(configuration.messageChannel, configuration.userScripts);
@@ -91,6 +92,8 @@ void PanelWindow::configure(const PanelConfiguration& configuration) {
     gtk_box_pack_end(GTK_BOX(content), controls_, FALSE, FALSE, 0);
     gtk_container_add(GTK_CONTAINER(window_), content);
 
+    // Realized before it is placed, so that its frame's edge is known from the first frame on.
+    gtk_widget_realize(GTK_WIDGET(window_));
     setFrame(configuration.frame, false, false);
     g_signal_connect(window_, "delete-event", G_CALLBACK(onDelete), this);
     g_signal_connect(window_, "window-state-event", G_CALLBACK(onWindowState), this);
@@ -171,21 +174,49 @@ bool PanelWindow::isVisible() const {
     return window_ && gtk_widget_get_visible(GTK_WIDGET(window_)) && !iconified_;
 }
 
+PanelWindow::Decorations PanelWindow::decorations() const {
+    GdkWindow* window = window_ ? gtk_widget_get_window(GTK_WIDGET(window_)) : nullptr;
+    if (!window) return {};
+    GdkRectangle outer{};
+    gdk_window_get_frame_extents(window, &outer);
+    GdkRectangle placed{};
+    gtk_window_get_position(window_, &placed.x, &placed.y);
+    gtk_window_get_size(window_, &placed.width, &placed.height);
+    if (gtk_widget_get_mapped(GTK_WIDGET(window_))) {
+        decorations_ = {placed.x - outer.x, placed.y - outer.y, outer.x + outer.width - placed.x - placed.width,
+                        outer.y + outer.height - placed.y - placed.height};
+    } else if (!decorations_) {
+        // Never shown yet: the frame's edge, as wide on every side, and the header bar above
+        // the content, at the height GTK will give it.
+        const int edge = (outer.width - placed.width) / 2;
+        int header = 0;
+        gtk_widget_get_preferred_height(gtk_window_get_titlebar(window_), &header, nullptr);
+        decorations_ = {edge, edge, edge, edge + header};
+    }
+    return *decorations_;
+}
+
 Rect PanelWindow::frame() const {
     if (!window_) return {};
+    const Decorations around = decorations();
     GdkRectangle rectangle{};
     gtk_window_get_position(window_, &rectangle.x, &rectangle.y);
     gtk_window_get_size(window_, &rectangle.width, &rectangle.height);
-    return toCore(rectangle);
+    return toCore({rectangle.x - around.left, rectangle.y - around.top, rectangle.width + around.left + around.right,
+                   rectangle.height + around.top + around.bottom});
 }
 
 void PanelWindow::setFrame(const Rect& frame, bool, bool) {
     // GTK 3 cannot animate a window's frame; the window manager moves it at once.
     if (!window_) return;
-    const GdkRectangle rectangle = toGdk(frame);
-    gtk_window_set_default_size(window_, rectangle.width, rectangle.height);
-    gtk_window_resize(window_, rectangle.width, rectangle.height);
-    gtk_window_move(window_, rectangle.x, rectangle.y);
+    // Core's frame is the whole window; GTK places the part under the header bar's top edge.
+    const Decorations around = decorations();
+    const GdkRectangle whole = toGdk(frame);
+    const int width = whole.width - around.left - around.right;
+    const int height = whole.height - around.top - around.bottom;
+    gtk_window_set_default_size(window_, width, height);
+    gtk_window_resize(window_, width, height);
+    gtk_window_move(window_, whole.x + around.left, whole.y + around.top);
 }
 
 void PanelWindow::makeKeyAndOrderFront() {

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "app/main_menu.h"
@@ -55,6 +56,14 @@ public:
     void setControlsHidden(bool hidden) override;
 
 private:
+    // How far the whole window, as the desktop draws it, reaches beyond the rectangle that
+    // gtk_window_move and gtk_window_resize place (from the header bar's top edge, the content
+    // under it): the header bar itself and the window's frame.
+    struct Decorations {
+        int left = 0, top = 0, right = 0, bottom = 0;
+    };
+
+    Decorations decorations() const;
     GtkWidget* buildMenuButton();
     static gboolean onDelete(GtkWidget*, GdkEvent*, gpointer);
     static gboolean onWindowState(GtkWidget*, GdkEventWindowState*, gpointer);
@@ -69,6 +78,8 @@ private:
     BriselReadingControlsModel* readingControls_ = nullptr;
     std::unique_ptr<ReadingControlsStrip> strip_;
     GtkAccelGroup* accelerators_ = nullptr;
+    // Measured on the screen while the window is there, and kept for when it is not.
+    mutable std::optional<Decorations> decorations_;
     bool iconified_ = false;
     bool obscured_ = false;
 };

@@ -18,6 +18,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "app/panel_geometry.h"
 #include "capture/capture_texts.h"
 #include "fakes/temp_dir.h"
 #include "gtk/main_loop.h"
@@ -25,6 +26,7 @@
 #include "gtk/widgets.h"
 #include "physical_key_codes.h"
 #include "reading/reading_controls_presentation.h"
+#include "screens.h"
 #include "shell.h"
 #include "shortcuts/shortcut_settings_form.h"
 #include "shortcuts/shortcut_texts.h"
@@ -85,6 +87,19 @@ bool stackedAbove(GtkWindow* upper, GtkWindow* lower) {
     }
     if (children) XFree(children);
     return lowerIndex >= 0 && upperIndex > lowerIndex;
+}
+
+// The whole window as the desktop shows it, header bar and frame included.
+Rect wholeWindow(GtkWindow* window) {
+    GdkRectangle outer{};
+    gdk_window_get_frame_extents(gtk_widget_get_window(GTK_WIDGET(window)), &outer);
+    return toCore(outer);
+}
+
+std::string describe(const Rect& r) {
+    std::ostringstream text;
+    text << r.x << "," << r.y << " " << r.width << "×" << r.height;
+    return text.str();
 }
 
 class ShellEndToEnd : public ::testing::Test {
@@ -177,6 +192,22 @@ TEST_F(ShellEndToEnd, PageRequestsReachTheShellAndTheAnswersReachThePage) {
         text << log.rdbuf();
         return text.str().find(R"("errorType":"TypeError","event":"script-error")") != std::string::npos;
     }));
+}
+
+TEST_F(ShellEndToEnd, TheWholeWindowWithItsHeaderBarStandsOnTheFramesCoreGivesIt) {
+    PanelWindow& panel = shell.panel();
+    GtkWindow* window = panel.window();
+    const Rect compact = panelFrame(panel.screens(), panel.mainScreen(), panel.mouseLocation());
+    ASSERT_TRUE(main_loop::runUntil([&] { return wholeWindow(window) == compact; })) << describe(wholeWindow(window));
+    EXPECT_EQ(panel.frame(), compact);
+
+    click("action-expandMap");
+    const Rect area = panel.panelScreen()->visibleFrame;
+    const Rect expanded = expandedMapFrame(area, compact);
+    ASSERT_TRUE(main_loop::runUntil([&] { return wholeWindow(window) == expanded; })) << describe(wholeWindow(window));
+
+    click("action-compactMap");
+    ASSERT_TRUE(main_loop::runUntil([&] { return wholeWindow(window) == compact; })) << describe(wholeWindow(window));
 }
 
 TEST_F(ShellEndToEnd, TheReadingStripAndTheExportSpeakWithThePage) {
