@@ -1,29 +1,14 @@
 #include "panel_window.h"
 
-#include <cmath>
 #include <string>
 #include <utility>
 
+#include "physical_key_codes.h"
 #include "screens.h"
+#include "shortcuts/key_binding.h"
+#include "widget_style.h"
 
 namespace brisel::gtk {
-
-namespace {
-
-std::string cssColour(double red, double green, double blue) {
-    return "rgb(" + std::to_string(std::lround(red * 255)) + "," + std::to_string(std::lround(green * 255)) + "," +
-           std::to_string(std::lround(blue * 255)) + ")";
-}
-
-void applyCSS(GtkWidget* widget, const std::string& css) {
-    GtkCssProvider* provider = gtk_css_provider_new();
-    gtk_css_provider_load_from_data(provider, css.c_str(), -1, nullptr);
-    gtk_style_context_add_provider(gtk_widget_get_style_context(widget), GTK_STYLE_PROVIDER(provider),
-                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-    g_object_unref(provider);
-}
-
-}  // namespace
 
 PanelWindow::PanelWindow(WebView& webView, const std::vector<Menu>& menus, Handlers handlers)
     : webView_(webView), menus_(menus), handlers_(std::move(handlers)) {}
@@ -82,9 +67,9 @@ void PanelWindow::configure(const PanelConfiguration& configuration) {
     controls_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_widget_set_no_show_all(controls_, TRUE);
     if (readingControls_) {
-        strip_ = std::make_unique<ReadingControlsStrip>(*readingControls_, accelerators_);
-        gtk_box_pack_start(GTK_BOX(controls_), strip_->widget(), FALSE, FALSE, 0);
-        readingControls_->onChange = [this] { strip_->refresh(); };
+        readingControlsView_ = std::make_unique<BriselReadingControlsView>(*readingControls_, accelerators_);
+        gtk_box_pack_start(GTK_BOX(controls_), readingControlsView_->widget(), FALSE, FALSE, 0);
+        readingControls_->onChange = [this] { readingControlsView_->refresh(); };
     }
 
     GtkWidget* content = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
@@ -116,9 +101,9 @@ GtkWidget* PanelWindow::buildMenuButton() {
             }
             GtkWidget* entry = gtk_menu_item_new_with_label(item.title.c_str());
             if (!item.key.empty()) {
-                // Command on macOS is Control here.
                 const guint key = gdk_unicode_to_keyval(static_cast<guint32>(item.key[0]));
-                gtk_widget_add_accelerator(entry, "activate", accelerators_, key, GDK_CONTROL_MASK, GTK_ACCEL_VISIBLE);
+                gtk_widget_add_accelerator(entry, "activate", accelerators_, key, gdkModifiers(BriselKeyBinding::command),
+                                           GTK_ACCEL_VISIBLE);
             }
             gtk_widget_set_sensitive(entry, !handlers_.menuEnabled || handlers_.menuEnabled(item.action));
             g_object_set_data(G_OBJECT(entry), "brisel-action", GINT_TO_POINTER(static_cast<int>(item.action)));

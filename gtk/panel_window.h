@@ -9,7 +9,7 @@
 
 #include "app/main_menu.h"
 #include "platform/panel_port.h"
-#include "reading_controls_strip.h"
+#include "reading_controls_view.h"
 #include "web_view.h"
 
 namespace brisel::gtk {
@@ -76,7 +76,7 @@ private:
     GtkWidget* startupLabel_ = nullptr;
     GtkWidget* controls_ = nullptr;
     BriselReadingControlsModel* readingControls_ = nullptr;
-    std::unique_ptr<ReadingControlsStrip> strip_;
+    std::unique_ptr<BriselReadingControlsView> readingControlsView_;
     GtkAccelGroup* accelerators_ = nullptr;
     // Measured on the screen while the window is there, and kept for when it is not.
     mutable std::optional<Decorations> decorations_;
