@@ -97,6 +97,28 @@ TEST_F(SettingsWindowTest, RedrawsWhileRecordingAndShowsARefusedKey) {
     EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(message)), "変更を保存しました。");
 }
 
+TEST_F(SettingsWindowTest, TheKeyDisplayIsExactly184WideAlsoWhileItWaitsForAKeyInLargeText) {
+    GtkSettings* desktop = gtk_settings_get_default();
+    gchar* font = nullptr;
+    g_object_get(desktop, "gtk-font-name", &font, nullptr);
+    g_object_set(desktop, "gtk-font-name", "Sans 20", nullptr);
+    window.show(settings);
+    GtkWidget* capture = widgets::buttonNamed(window.window(), "Kindleの選択文を取り込むのショートカット");
+    const auto width = [&] {
+        int minimum = 0, natural = 0;
+        gtk_widget_get_preferred_width(capture, &minimum, &natural);
+        return std::pair{minimum, natural};
+    };
+    EXPECT_EQ(width(), std::pair(184, 184));
+    settings.begin(Action::capture);
+    ASSERT_EQ(caption(capture), "キーを押してください…");
+    EXPECT_EQ(width(), std::pair(184, 184));
+    ASSERT_TRUE(main_loop::runUntil([&] { return gtk_widget_get_allocated_width(capture) > 1; }));
+    EXPECT_EQ(gtk_widget_get_allocated_width(capture), 184);
+    g_object_set(desktop, "gtk-font-name", font, nullptr);
+    g_free(font);
+}
+
 TEST_F(SettingsWindowTest, IsOneFixedWindowThatClosingHidesAndEndsTheRecording) {
     window.show(settings);
     GtkWindow* made = window.window();
