@@ -100,5 +100,5 @@ int main(int argc, char** argv) {
     }
     gtk_main();
     companion.applicationWillTerminate();
-    return screenshot && !screenshot->saved() ? 1 : 0;
+    return screenshot && !(screenshot->saved() && screenshot->legible()) ? 1 : 0;
 }
