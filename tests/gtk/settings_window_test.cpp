@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/shortcut_fakes.h"
@@ -97,11 +98,26 @@ TEST_F(SettingsWindowTest, RedrawsWhileRecordingAndShowsARefusedKey) {
     EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(message)), "変更を保存しました。");
 }
 
+// The desktop's text size for one test.
+class DesktopFont {
+public:
+    explicit DesktopFont(const char* name) {
+        g_object_get(gtk_settings_get_default(), "gtk-font-name", &previous_, nullptr);
+        g_object_set(gtk_settings_get_default(), "gtk-font-name", name, nullptr);
+    }
+    ~DesktopFont() {
+        g_object_set(gtk_settings_get_default(), "gtk-font-name", previous_, nullptr);
+        g_free(previous_);
+    }
+    DesktopFont(const DesktopFont&) = delete;
+    DesktopFont& operator=(const DesktopFont&) = delete;
+
+private:
+    gchar* previous_ = nullptr;
+};
+
 TEST_F(SettingsWindowTest, TheKeyDisplayIsExactly184WideAlsoWhileItWaitsForAKeyInLargeText) {
-    GtkSettings* desktop = gtk_settings_get_default();
-    gchar* font = nullptr;
-    g_object_get(desktop, "gtk-font-name", &font, nullptr);
-    g_object_set(desktop, "gtk-font-name", "Sans 20", nullptr);
+    const DesktopFont large("Sans 20");
     window.show(settings);
     GtkWidget* capture = widgets::buttonNamed(window.window(), "Kindleの選択文を取り込むのショートカット");
     const auto width = [&] {
@@ -115,8 +131,6 @@ TEST_F(SettingsWindowTest, TheKeyDisplayIsExactly184WideAlsoWhileItWaitsForAKeyI
     EXPECT_EQ(width(), std::pair(184, 184));
     ASSERT_TRUE(main_loop::runUntil([&] { return gtk_widget_get_allocated_width(capture) > 1; }));
     EXPECT_EQ(gtk_widget_get_allocated_width(capture), 184);
-    g_object_set(desktop, "gtk-font-name", font, nullptr);
-    g_free(font);
 }
 
 TEST_F(SettingsWindowTest, IsOneFixedWindowThatClosingHidesAndEndsTheRecording) {
