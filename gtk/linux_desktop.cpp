@@ -2,16 +2,12 @@
 
 #include <gio/gio.h>
 
-#include "panel_window.h"
+#include "application_activation.h"
 
 namespace brisel::gtk {
 
-void LinuxDesktop::activateIgnoringOtherApps() {
-    if (panel_ && panel_->window()) gtk_window_present(panel_->window());
-}
-
 bool LinuxDesktop::isActive() const {
-    return panel_ && panel_->isActive();
+    return applicationHasFocus();
 }
 
 void LinuxDesktop::openURL(const std::string& url) {

@@ -11,20 +11,19 @@
 
 namespace brisel::gtk {
 
-class PanelWindow;
-
 // This application and the desktop around it, as core sees them on Linux.
 class LinuxDesktop final : public ApplicationPort, public WorkspacePort {
 public:
     static constexpr const char* applicationID = "app.brisel.Brisel";
 
-    void setPanel(PanelWindow& panel) { panel_ = &panel; }
     void setApplications(const RunningApplicationsPort& applications) { applications_ = &applications; }
     const std::vector<Menu>& menus() const { return menus_; }
 
     // The menu is kept here and shown by the panel as its header-bar menu.
     void installMainMenu(const std::vector<Menu>& menus) override { menus_ = menus; }
-    void activateIgnoringOtherApps() override;
+    // Showing a window (the panel, the settings window) already asked the window manager for the
+    // focus, as activating does on macOS; raising the panel here would cover the window just shown.
+    void activateIgnoringOtherApps() override {}
     bool isActive() const override;
     bool isHidden() const override { return false; }
     void terminate() override { gtk_main_quit(); }
@@ -34,7 +33,6 @@ public:
 
 private:
     std::vector<Menu> menus_;
-    PanelWindow* panel_ = nullptr;
     const RunningApplicationsPort* applications_ = nullptr;
 };
 

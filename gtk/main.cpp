@@ -106,5 +106,5 @@ int main(int argc, char** argv) {
     // A clipboard we put back after a capture would end with this process; a clipboard
     // manager, where one runs, keeps it. Without one it goes, as any X program's does.
     shell.clipboard().handOverToClipboardManager(clipboardHandOverLimit);
-    return screenshot && !screenshot->saved() ? 1 : 0;
+    return screenshot && !(screenshot->saved() && screenshot->legible()) ? 1 : 0;
 }

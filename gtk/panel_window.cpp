@@ -1,29 +1,14 @@
 #include "panel_window.h"
 
-#include <cmath>
 #include <string>
 #include <utility>
 
+#include "physical_key_codes.h"
 #include "screens.h"
+#include "shortcuts/key_binding.h"
+#include "widget_style.h"
 
 namespace brisel::gtk {
-
-namespace {
-
-std::string cssColour(double red, double green, double blue) {
-    return "rgb(" + std::to_string(std::lround(red * 255)) + "," + std::to_string(std::lround(green * 255)) + "," +
-           std::to_string(std::lround(blue * 255)) + ")";
-}
-
-void applyCSS(GtkWidget* widget, const std::string& css) {
-    GtkCssProvider* provider = gtk_css_provider_new();
-    gtk_css_provider_load_from_data(provider, css.c_str(), -1, nullptr);
-    gtk_style_context_add_provider(gtk_widget_get_style_context(widget), GTK_STYLE_PROVIDER(provider),
-                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-    g_object_unref(provider);
-}
-
-}  // namespace
 
 PanelWindow::PanelWindow(WebView& webView, const std::vector<Menu>& menus, Handlers handlers)
     : webView_(webView), menus_(menus), handlers_(std::move(handlers)) {}
@@ -56,6 +41,7 @@ void PanelWindow::configure(const PanelConfiguration& configuration) {
     gtk_header_bar_set_title(GTK_HEADER_BAR(header), configuration.title.c_str());
     gtk_header_bar_set_show_close_button(GTK_HEADER_BAR(header), TRUE);
     gtk_header_bar_pack_end(GTK_HEADER_BAR(header), buildMenuButton());
+    gtk_widget_show_all(header);  // so that it has its height before the window is shown
     gtk_window_set_titlebar(window_, header);
 
     GtkWidget* web = webView_.create(configuration.messageChannel, configuration.userScripts);
@@ -81,9 +67,9 @@ void PanelWindow::configure(const PanelConfiguration& configuration) {
     controls_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_widget_set_no_show_all(controls_, TRUE);
     if (readingControls_) {
-        strip_ = std::make_unique<ReadingControlsStrip>(*readingControls_, accelerators_);
-        gtk_box_pack_start(GTK_BOX(controls_), strip_->widget(), FALSE, FALSE, 0);
-        readingControls_->onChange = [this] { strip_->refresh(); };
+        readingControlsView_ = std::make_unique<BriselReadingControlsView>(*readingControls_, accelerators_);
+        gtk_box_pack_start(GTK_BOX(controls_), readingControlsView_->widget(), FALSE, FALSE, 0);
+        readingControls_->onChange = [this] { readingControlsView_->refresh(); };
     }
 
     GtkWidget* content = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
@@ -91,6 +77,8 @@ void PanelWindow::configure(const PanelConfiguration& configuration) {
     gtk_box_pack_end(GTK_BOX(content), controls_, FALSE, FALSE, 0);
     gtk_container_add(GTK_CONTAINER(window_), content);
 
+    // Realized before it is placed, so that its frame's edge is known from the first frame on.
+    gtk_widget_realize(GTK_WIDGET(window_));
     setFrame(configuration.frame, false, false);
     g_signal_connect(window_, "delete-event", G_CALLBACK(onDelete), this);
     g_signal_connect(window_, "window-state-event", G_CALLBACK(onWindowState), this);
@@ -113,9 +101,9 @@ GtkWidget* PanelWindow::buildMenuButton() {
             }
             GtkWidget* entry = gtk_menu_item_new_with_label(item.title.c_str());
             if (!item.key.empty()) {
-                // Command on macOS is Control here.
                 const guint key = gdk_unicode_to_keyval(static_cast<guint32>(item.key[0]));
-                gtk_widget_add_accelerator(entry, "activate", accelerators_, key, GDK_CONTROL_MASK, GTK_ACCEL_VISIBLE);
+                gtk_widget_add_accelerator(entry, "activate", accelerators_, key, gdkModifiers(BriselKeyBinding::command),
+                                           GTK_ACCEL_VISIBLE);
             }
             gtk_widget_set_sensitive(entry, !handlers_.menuEnabled || handlers_.menuEnabled(item.action));
             g_object_set_data(G_OBJECT(entry), "brisel-action", GINT_TO_POINTER(static_cast<int>(item.action)));
@@ -171,21 +159,49 @@ bool PanelWindow::isVisible() const {
     return window_ && gtk_widget_get_visible(GTK_WIDGET(window_)) && !iconified_;
 }
 
+PanelWindow::Decorations PanelWindow::decorations() const {
+    GdkWindow* window = window_ ? gtk_widget_get_window(GTK_WIDGET(window_)) : nullptr;
+    if (!window) return {};
+    GdkRectangle outer{};
+    gdk_window_get_frame_extents(window, &outer);
+    GdkRectangle placed{};
+    gtk_window_get_position(window_, &placed.x, &placed.y);
+    gtk_window_get_size(window_, &placed.width, &placed.height);
+    if (gtk_widget_get_mapped(GTK_WIDGET(window_))) {
+        decorations_ = {placed.x - outer.x, placed.y - outer.y, outer.x + outer.width - placed.x - placed.width,
+                        outer.y + outer.height - placed.y - placed.height};
+    } else if (!decorations_) {
+        // Never shown yet: the frame's edge, as wide on every side, and the header bar above
+        // the content, at the height GTK will give it.
+        const int edge = (outer.width - placed.width) / 2;
+        int header = 0;
+        gtk_widget_get_preferred_height(gtk_window_get_titlebar(window_), &header, nullptr);
+        decorations_ = {edge, edge, edge, edge + header};
+    }
+    return *decorations_;
+}
+
 Rect PanelWindow::frame() const {
     if (!window_) return {};
+    const Decorations around = decorations();
     GdkRectangle rectangle{};
     gtk_window_get_position(window_, &rectangle.x, &rectangle.y);
     gtk_window_get_size(window_, &rectangle.width, &rectangle.height);
-    return toCore(rectangle);
+    return toCore({rectangle.x - around.left, rectangle.y - around.top, rectangle.width + around.left + around.right,
+                   rectangle.height + around.top + around.bottom});
 }
 
 void PanelWindow::setFrame(const Rect& frame, bool, bool) {
     // GTK 3 cannot animate a window's frame; the window manager moves it at once.
     if (!window_) return;
-    const GdkRectangle rectangle = toGdk(frame);
-    gtk_window_set_default_size(window_, rectangle.width, rectangle.height);
-    gtk_window_resize(window_, rectangle.width, rectangle.height);
-    gtk_window_move(window_, rectangle.x, rectangle.y);
+    // Core's frame is the whole window; GTK places the part under the header bar's top edge.
+    const Decorations around = decorations();
+    const GdkRectangle whole = toGdk(frame);
+    const int width = whole.width - around.left - around.right;
+    const int height = whole.height - around.top - around.bottom;
+    gtk_window_set_default_size(window_, width, height);
+    gtk_window_resize(window_, width, height);
+    gtk_window_move(window_, whole.x + around.left, whole.y + around.top);
 }
 
 void PanelWindow::makeKeyAndOrderFront() {

@@ -4,11 +4,12 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "app/main_menu.h"
 #include "platform/panel_port.h"
-#include "reading_controls_strip.h"
+#include "reading_controls_view.h"
 #include "web_view.h"
 
 namespace brisel::gtk {
@@ -55,6 +56,14 @@ public:
     void setControlsHidden(bool hidden) override;
 
 private:
+    // How far the whole window, as the desktop draws it, reaches beyond the rectangle that
+    // gtk_window_move and gtk_window_resize place (from the header bar's top edge, the content
+    // under it): the header bar itself and the window's frame.
+    struct Decorations {
+        int left = 0, top = 0, right = 0, bottom = 0;
+    };
+
+    Decorations decorations() const;
     GtkWidget* buildMenuButton();
     static gboolean onDelete(GtkWidget*, GdkEvent*, gpointer);
     static gboolean onWindowState(GtkWidget*, GdkEventWindowState*, gpointer);
@@ -67,8 +76,10 @@ private:
     GtkWidget* startupLabel_ = nullptr;
     GtkWidget* controls_ = nullptr;
     BriselReadingControlsModel* readingControls_ = nullptr;
-    std::unique_ptr<ReadingControlsStrip> strip_;
+    std::unique_ptr<BriselReadingControlsView> readingControlsView_;
     GtkAccelGroup* accelerators_ = nullptr;
+    // Measured on the screen while the window is there, and kept for when it is not.
+    mutable std::optional<Decorations> decorations_;
     bool iconified_ = false;
     bool obscured_ = false;
 };

@@ -24,6 +24,19 @@ constexpr std::array<std::pair<uint32_t, uint32_t>, 40> evdevCodes{{
     {key_code::returnKey, 28}, {key_code::space, 57}, {key_code::escape, 1}, {key_code::tab, 15},
 }};
 
+// ⌘ is Ctrl, ⌥ is Alt, ⌃ is Super and ⇧ is Shift.
+struct Modifier {
+    uint32_t carbon;
+    GdkModifierType gdk;
+    uint64_t event;
+};
+constexpr std::array<Modifier, 4> modifiers{{
+    {BriselKeyBinding::command, GDK_CONTROL_MASK, event_modifier::command},
+    {BriselKeyBinding::option, GDK_MOD1_MASK, event_modifier::option},
+    {BriselKeyBinding::control, GDK_SUPER_MASK, event_modifier::control},
+    {BriselKeyBinding::shift, GDK_SHIFT_MASK, event_modifier::shift},
+}};
+
 }  // namespace
 
 std::optional<uint32_t> x11KeyCode(uint32_t mac) {
@@ -40,21 +53,30 @@ std::optional<uint32_t> macKeyCode(uint32_t x11) {
     return std::nullopt;
 }
 
+GdkModifierType gdkModifiers(uint32_t carbon) {
+    int mask = 0;
+    for (const Modifier& modifier : modifiers) {
+        if (carbon & modifier.carbon) mask |= modifier.gdk;
+    }
+    return static_cast<GdkModifierType>(mask);
+}
+
 uint32_t x11Modifiers(uint32_t carbon) {
-    uint32_t mask = 0;
-    if (carbon & BriselKeyBinding::command) mask |= ControlMask;
-    if (carbon & BriselKeyBinding::option) mask |= Mod1Mask;
-    if (carbon & BriselKeyBinding::control) mask |= Mod4Mask;
-    if (carbon & BriselKeyBinding::shift) mask |= ShiftMask;
-    return mask;
+    GdkModifierType state = gdkModifiers(carbon);
+    gdk_keymap_map_virtual_modifiers(gdk_keymap_get_for_display(gdk_display_get_default()), &state);
+    constexpr uint32_t realModifiers = ShiftMask | LockMask | ControlMask | Mod1Mask | Mod2Mask | Mod3Mask |
+                                       Mod4Mask | Mod5Mask;
+    return state & realModifiers;
 }
 
 uint64_t eventModifierFlags(uint32_t state) {
+    // An event may carry Super only as the real modifier it sits on.
+    auto withVirtual = static_cast<GdkModifierType>(state);
+    gdk_keymap_add_virtual_modifiers(gdk_keymap_get_for_display(gdk_display_get_default()), &withVirtual);
     uint64_t flags = 0;
-    if (state & GDK_CONTROL_MASK) flags |= event_modifier::command;
-    if (state & GDK_MOD1_MASK) flags |= event_modifier::option;
-    if (state & (GDK_SUPER_MASK | GDK_MOD4_MASK)) flags |= event_modifier::control;
-    if (state & GDK_SHIFT_MASK) flags |= event_modifier::shift;
+    for (const Modifier& modifier : modifiers) {
+        if (withVirtual & modifier.gdk) flags |= modifier.event;
+    }
     return flags;
 }
 

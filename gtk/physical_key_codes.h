@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gdk/gdk.h>
+
 #include <cstdint>
 #include <optional>
 
@@ -16,7 +18,10 @@ std::optional<uint32_t> macKeyCode(uint32_t x11KeyCode);
 // What the recorder is handed for a key outside the table, so validation refuses it by name.
 inline constexpr uint32_t unbindableKeyCode = 0xFFFF;
 
-// Carbon modifier bits to the X11 modifier mask of a key grab.
+// The one mapping of the four modifiers, for the menu, the reading-controls strip, the global
+// hot key and the recorder alike: Carbon modifier bits to GDK's accelerator modifiers.
+GdkModifierType gdkModifiers(uint32_t carbonModifiers);
+// The same modifiers as the X11 mask of a key grab (Super is a real modifier there, mostly Mod4).
 uint32_t x11Modifiers(uint32_t carbonModifiers);
 // A GDK modifier state to the device-independent NSEvent modifier flags core reads.
 uint64_t eventModifierFlags(uint32_t gdkModifierState);

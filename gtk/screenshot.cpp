@@ -2,12 +2,27 @@
 
 #include <gtk/gtk.h>
 
+#include <functional>
 #include <iostream>
 
 #include "app/companion.h"
 #include "panel_window.h"
 
 namespace brisel::gtk {
+
+namespace {
+
+void forEachLabel(GtkWidget* widget, const std::function<void(GtkLabel*)>& visit) {
+    if (GTK_IS_LABEL(widget)) visit(GTK_LABEL(widget));
+    // Internal children too: a button's or a menu item's label is one.
+    if (GTK_IS_CONTAINER(widget)) {
+        gtk_container_forall(GTK_CONTAINER(widget), [](GtkWidget* child, gpointer data) {
+            forEachLabel(child, *static_cast<const std::function<void(GtkLabel*)>*>(data));
+        }, const_cast<std::function<void(GtkLabel*)>*>(&visit));
+    }
+}
+
+}  // namespace
 
 Screenshot::Screenshot(PanelWindow& panel, const Companion& companion, std::string path, std::chrono::seconds timeout)
     : panel_(panel),
@@ -44,6 +59,7 @@ gboolean Screenshot::poll(gpointer data) {
     if (!settled && now < self->deadline_) return G_SOURCE_CONTINUE;
     self->source_ = 0;
     self->take();
+    self->checkGlyphs();
     gtk_main_quit();
     return G_SOURCE_REMOVE;
 }
@@ -74,6 +90,20 @@ void Screenshot::take() {
                   << (error ? error->message : "no picture") << "\n";
         g_clear_error(&error);
     }
+}
+
+void Screenshot::checkGlyphs() {
+    GList* toplevels = gtk_window_list_toplevels();
+    for (GList* window = toplevels; window; window = window->next) {
+        forEachLabel(GTK_WIDGET(window->data), [&](GtkLabel* label) {
+            const int missing = pango_layout_get_unknown_glyphs_count(gtk_label_get_layout(label));
+            if (missing == 0) return;
+            legible_ = false;
+            std::cerr << "Brisel: no installed font has " << missing << " of the characters of \""
+                      << gtk_label_get_text(label) << "\"; they show as boxes.\n";
+        });
+    }
+    g_list_free(toplevels);
 }
 
 }  // namespace brisel::gtk

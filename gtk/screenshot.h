@@ -17,7 +17,8 @@ class PanelWindow;
 // the time-out passes, showing whatever the start-up label says), then quits. This is how Brisel
 // shows something useful on a machine without a display. It also prints when the panel reached
 // the screen and when the page became ready, as wall-clock milliseconds, for start-up
-// measurements.
+// measurements. A picture of boxes is no picture: the labels of all of Brisel's windows (the
+// menu and the reading controls too, shown or not) must have a glyph for every character.
 class Screenshot {
 public:
     static constexpr std::chrono::milliseconds settleTime{1500};
@@ -28,11 +29,14 @@ public:
     Screenshot& operator=(const Screenshot&) = delete;
 
     bool saved() const { return saved_; }
+    // Every label's text has glyphs in the installed fonts (Japanese needs a CJK font).
+    bool legible() const { return legible_; }
 
 private:
     static gboolean poll(gpointer data);
     static gboolean onMapped(GtkWidget*, GdkEvent*, gpointer data);
     void take();
+    void checkGlyphs();
 
     PanelWindow& panel_;
     const Companion& companion_;
@@ -43,6 +47,7 @@ private:
     std::chrono::system_clock::time_point readyWallClock_{};
     guint source_ = 0;
     bool saved_ = false;
+    bool legible_ = true;
 };
 
 }  // namespace brisel::gtk

@@ -2,21 +2,21 @@
 
 #include <gtk/gtk.h>
 
-#include <array>
 #include <memory>
 #include <set>
 
+#include "shortcut_settings_view.h"
 #include "shortcuts/keyboard_layout_port.h"
 #include "shortcuts/settings_window_port.h"
 
 namespace brisel::gtk {
 
-// "Briselの設定": core's shortcut settings form in a floating window. Made on first show and
-// only hidden when closed, so every later show brings back the same window. Closing it or
-// leaving it ends a recording, as losing the key window does on macOS.
+// "Briselの設定": the shortcut settings view in a floating window. Made on first show and only
+// hidden when closed, so every later show brings back the same window. Closing it or leaving it
+// ends a recording, as losing the key window does on macOS.
 class SettingsWindow final : public SettingsWindowPort {
 public:
-    explicit SettingsWindow(const KeyboardLayoutPort& layout);
+    explicit SettingsWindow(const KeyboardLayoutPort& layout) : layout_(layout) {}
     ~SettingsWindow() override;
     SettingsWindow(const SettingsWindow&) = delete;
     SettingsWindow& operator=(const SettingsWindow&) = delete;
@@ -27,34 +27,11 @@ public:
     GtkWindow* window() const { return window_; }
 
 private:
-    struct Row {
-        SettingsWindow* owner = nullptr;
-        BriselShortcutAction action = BriselShortcutAction::capture;
-        GtkWidget* title = nullptr;
-        GtkWidget* help = nullptr;
-        GtkWidget* key = nullptr;
-        GtkWidget* caption = nullptr;
-    };
-
     void build();
-    GtkWidget* buildRow(Row& row);
-    void observe(BriselShortcutSettings& settings);
-    BriselShortcutSettings* liveSettings() const;
-    void endRecording();
-    void refresh();
 
     const KeyboardLayoutPort& layout_;
-    BriselShortcutSettings* settings_ = nullptr;
-    BriselShortcutSettings::ObserverID observer_ = 0;
-    // Expires with the observer, so settings that went first (their owner may) are not touched.
-    std::weak_ptr<void> observing_;
+    std::unique_ptr<BriselShortcutSettingsView> view_;
     GtkWindow* window_ = nullptr;
-    GtkWidget* sectionTitle_ = nullptr;
-    std::array<Row, 3> rows_{};
-    GtkWidget* explanation_ = nullptr;
-    GtkWidget* message_ = nullptr;
-    GtkWidget* cancel_ = nullptr;
-    GtkWidget* restore_ = nullptr;
 };
 
 // The key-down monitor of the shortcut recorder: every key press of this application is

@@ -36,8 +36,8 @@ Shell::Shell(std::string localURL, ShellFolders folders, Duration pageLoadTimeou
       panel_(webView_, desktop_.menus(),
              {[this](MenuAction action) { menuAction(action); }, [](MenuAction) { return true; },
               [this] { return companion_->panelShouldClose(); }}),
-      saveDialog_([this] { return panel_.window(); }) {
-    desktop_.setPanel(panel_);
+      saveDialog_([this] { return panel_.window(); }),
+      activation_([this] { companion_->applicationDidBecomeActive(); }) {
     desktop_.setApplications(applications_);
     CompanionSettings settings;
     settings.localURL = std::move(localURL);

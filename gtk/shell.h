@@ -6,6 +6,7 @@
 #include <string>
 
 #include "app/companion.h"
+#include "application_activation.h"
 #include "atspi_accessibility.h"
 #include "desktop_applications.h"
 #include "glib_main_queue.h"
@@ -66,6 +67,7 @@ private:
     PanelWindow panel_;
     SaveDialog saveDialog_;
     std::unique_ptr<Companion> companion_;
+    ApplicationActivation activation_;
 };
 
 }  // namespace brisel::gtk

@@ -22,12 +22,12 @@ void Companion::shortcutRecordingChanged(bool isRecording) {
     if (isRecording) {
         ports_.keyRecorder.install(
             [alive = std::weak_ptr<bool>(alive_), this](const BriselKeyEvent& event, bool inSettingsWindow) {
-                if (!alive.lock()) return false;
-                // Decided before `accept`, which may end the recording: the key that ends it
-                // must not also reach the window (⌘Q would quit).
-                const bool swallow = shortcuts_.recording().has_value() && inSettingsWindow;
+                // Only keys typed in the settings window are recorded; a key meant for another
+                // window (the page's text field) reaches it untouched.
+                if (!alive.lock() || !inSettingsWindow || !shortcuts_.recording()) return false;
+                // Swallowed even when it ends the recording: ⌘Q must not also quit.
                 shortcuts_.accept(event);
-                return swallow;
+                return true;
             });
         keyRecorderInstalled_ = true;
         // Released so that the capture combination itself can be recorded without a capture.

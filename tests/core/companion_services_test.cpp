@@ -96,8 +96,10 @@ TEST_F(CompanionServicesTest, RecordingTheCaptureKeyReleasesItAndTheNewKeyReplac
     const auto types = eventTypes();
     EXPECT_EQ(std::count(types.begin(), types.end(), "captureStarted"), 0);
 
-    // A key in another window goes to the recorder but reaches that window too.
-    EXPECT_FALSE(h.keyRecorder.press({8, event_modifier::command | event_modifier::option, true}, false));
+    // A key typed in another window is that window's: it is neither recorded nor swallowed.
+    EXPECT_FALSE(h.keyRecorder.press({1, event_modifier::command | event_modifier::option}, false));
+    EXPECT_EQ(h.companion->shortcuts().bindings().capture, (BriselKeyBinding{40, commandOption}));
+    EXPECT_EQ(h.companion->shortcuts().recording(), BriselShortcutAction::capture);
     EXPECT_TRUE(h.keyRecorder.press({8, event_modifier::command | event_modifier::shift}));
     EXPECT_FALSE(h.keyRecorder.installed());
     EXPECT_EQ(h.keyRecorder.removals, 1);

@@ -27,6 +27,7 @@ TEST(PhysicalKeyCodes, CommandIsControlAndControlIsSuper) {
     EXPECT_EQ(x11Modifiers(captureDefault), uint32_t(GDK_CONTROL_MASK | GDK_MOD1_MASK));
     EXPECT_EQ(x11Modifiers(BriselKeyBinding::control | BriselKeyBinding::shift),
               uint32_t(GDK_MOD4_MASK | GDK_SHIFT_MASK));
+    EXPECT_EQ(gdkModifiers(BriselKeyBinding::control | BriselKeyBinding::command), GDK_SUPER_MASK | GDK_CONTROL_MASK);
     EXPECT_EQ(eventModifierFlags(GDK_CONTROL_MASK | GDK_MOD1_MASK), event_modifier::command | event_modifier::option);
     EXPECT_EQ(eventModifierFlags(GDK_SUPER_MASK | GDK_SHIFT_MASK | GDK_LOCK_MASK),
               event_modifier::control | event_modifier::shift);

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/shortcut_fakes.h"
@@ -97,6 +98,41 @@ TEST_F(SettingsWindowTest, RedrawsWhileRecordingAndShowsARefusedKey) {
     EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(message)), "変更を保存しました。");
 }
 
+// The desktop's text size for one test.
+class DesktopFont {
+public:
+    explicit DesktopFont(const char* name) {
+        g_object_get(gtk_settings_get_default(), "gtk-font-name", &previous_, nullptr);
+        g_object_set(gtk_settings_get_default(), "gtk-font-name", name, nullptr);
+    }
+    ~DesktopFont() {
+        g_object_set(gtk_settings_get_default(), "gtk-font-name", previous_, nullptr);
+        g_free(previous_);
+    }
+    DesktopFont(const DesktopFont&) = delete;
+    DesktopFont& operator=(const DesktopFont&) = delete;
+
+private:
+    gchar* previous_ = nullptr;
+};
+
+TEST_F(SettingsWindowTest, TheKeyDisplayIsExactly184WideAlsoWhileItWaitsForAKeyInLargeText) {
+    const DesktopFont large("Sans 20");
+    window.show(settings);
+    GtkWidget* capture = widgets::buttonNamed(window.window(), "Kindleの選択文を取り込むのショートカット");
+    const auto width = [&] {
+        int minimum = 0, natural = 0;
+        gtk_widget_get_preferred_width(capture, &minimum, &natural);
+        return std::pair{minimum, natural};
+    };
+    EXPECT_EQ(width(), std::pair(184, 184));
+    settings.begin(Action::capture);
+    ASSERT_EQ(caption(capture), "キーを押してください…");
+    EXPECT_EQ(width(), std::pair(184, 184));
+    ASSERT_TRUE(main_loop::runUntil([&] { return gtk_widget_get_allocated_width(capture) > 1; }));
+    EXPECT_EQ(gtk_widget_get_allocated_width(capture), 184);
+}
+
 TEST_F(SettingsWindowTest, IsOneFixedWindowThatClosingHidesAndEndsTheRecording) {
     window.show(settings);
     GtkWindow* made = window.window();
@@ -149,6 +185,9 @@ protected:
         gtk_widget_show(GTK_WIDGET(other));
         countPresses(window.window(), settingsWindowPresses);
         countPresses(other, otherWindowPresses);
+        // The focus the window takes on showing arrives before the keys the tests put.
+        main_loop::runUntil([&] { return gtk_window_is_active(window.window()); });
+        main_loop::runPending();
     }
     ~SettingsKeyRecorderTest() override { gtk_widget_destroy(GTK_WIDGET(other)); }
 

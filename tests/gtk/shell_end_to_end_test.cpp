@@ -18,12 +18,15 @@
 
 #include <nlohmann/json.hpp>
 
+#include "app/panel_geometry.h"
 #include "capture/capture_texts.h"
 #include "fakes/temp_dir.h"
 #include "gtk/main_loop.h"
+#include "gtk/other_x_client.h"
 #include "gtk/widgets.h"
 #include "physical_key_codes.h"
 #include "reading/reading_controls_presentation.h"
+#include "screens.h"
 #include "shell.h"
 #include "shortcuts/shortcut_settings_form.h"
 #include "shortcuts/shortcut_texts.h"
@@ -66,6 +69,37 @@ void typeOnKeyboard(std::initializer_list<KeySym> modifiers, uint32_t macKeyCode
     XTestFakeKeyEvent(display, key, False, 0);
     for (KeySym modifier : modifiers) XTestFakeKeyEvent(display, XKeysymToKeycode(display, modifier), False, 0);
     XFlush(display);
+}
+
+// Whether X stacks `upper` above `lower` (no window manager reparents them under Xvfb).
+bool stackedAbove(GtkWindow* upper, GtkWindow* lower) {
+    Display* display = GDK_DISPLAY_XDISPLAY(gdk_display_get_default());
+    Window root = 0, parent = 0;
+    Window* children = nullptr;
+    unsigned count = 0;
+    XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count);
+    const Window upperID = GDK_WINDOW_XID(gtk_widget_get_window(GTK_WIDGET(upper)));
+    const Window lowerID = GDK_WINDOW_XID(gtk_widget_get_window(GTK_WIDGET(lower)));
+    int upperIndex = -1, lowerIndex = -1;
+    for (unsigned i = 0; i < count; ++i) {  // bottom first
+        if (children[i] == upperID) upperIndex = static_cast<int>(i);
+        if (children[i] == lowerID) lowerIndex = static_cast<int>(i);
+    }
+    if (children) XFree(children);
+    return lowerIndex >= 0 && upperIndex > lowerIndex;
+}
+
+// The whole window as the desktop shows it, header bar and frame included.
+Rect wholeWindow(GtkWindow* window) {
+    GdkRectangle outer{};
+    gdk_window_get_frame_extents(gtk_widget_get_window(GTK_WIDGET(window)), &outer);
+    return toCore(outer);
+}
+
+std::string describe(const Rect& r) {
+    std::ostringstream text;
+    text << r.x << "," << r.y << " " << r.width << "×" << r.height;
+    return text.str();
 }
 
 class ShellEndToEnd : public ::testing::Test {
@@ -117,12 +151,13 @@ protected:
         }
         return errors;
     }
+    size_t statusCount() { return nativeEvents("status").size(); }
     // Waits until `count` of the page's record reaches `expected`.
     bool waitFor(const std::function<size_t()>& count, size_t expected) {
         return main_loop::runUntil([&] { return count() >= expected; }, 10000);
     }
 
-    testing::TempDir home;
+    brisel::testing::TempDir home;
     std::string localURL;
     Shell shell;
 };
@@ -159,6 +194,22 @@ TEST_F(ShellEndToEnd, PageRequestsReachTheShellAndTheAnswersReachThePage) {
     }));
 }
 
+TEST_F(ShellEndToEnd, TheWholeWindowWithItsHeaderBarStandsOnTheFramesCoreGivesIt) {
+    PanelWindow& panel = shell.panel();
+    GtkWindow* window = panel.window();
+    const Rect compact = panelFrame(panel.screens(), panel.mainScreen(), panel.mouseLocation());
+    ASSERT_TRUE(main_loop::runUntil([&] { return wholeWindow(window) == compact; })) << describe(wholeWindow(window));
+    EXPECT_EQ(panel.frame(), compact);
+
+    click("action-expandMap");
+    const Rect area = panel.panelScreen()->visibleFrame;
+    const Rect expanded = expandedMapFrame(area, compact);
+    ASSERT_TRUE(main_loop::runUntil([&] { return wholeWindow(window) == expanded; })) << describe(wholeWindow(window));
+
+    click("action-compactMap");
+    ASSERT_TRUE(main_loop::runUntil([&] { return wholeWindow(window) == compact; })) << describe(wholeWindow(window));
+}
+
 TEST_F(ShellEndToEnd, TheReadingStripAndTheExportSpeakWithThePage) {
     click("rc-send");
     GtkWidget* panel = GTK_WIDGET(shell.panel().window());
@@ -193,6 +244,45 @@ TEST_F(ShellEndToEnd, TheReadingStripAndTheExportSpeakWithThePage) {
     std::string bytes((std::istreambuf_iterator<char>(archive)), {});
     EXPECT_EQ(bytes.size(), page("Number(document.getElementById('export-archive-bytes').textContent)"));
     EXPECT_EQ(bytes.substr(0, 4), std::string("PK\x03\x04"));
+}
+
+TEST_F(ShellEndToEnd, SettingsComeInFrontWithTheFocusAndComingBackFromAnotherProgramRefreshesThePage) {
+    GtkWindow* panel = shell.panel().window();
+    ASSERT_TRUE(main_loop::runUntil([&] { return gtk_window_is_active(panel); }));
+    const size_t statuses = statusCount();
+
+    // "設定…" of the panel's menu, by its key.
+    Display* display = GDK_DISPLAY_XDISPLAY(gdk_display_get_default());
+    const KeyCode control = XKeysymToKeycode(display, XK_Control_L), comma = XKeysymToKeycode(display, XK_comma);
+    for (auto [key, down] : {std::pair{control, True}, {comma, True}, {comma, False}, {control, False}}) {
+        XTestFakeKeyEvent(display, key, down, 0);
+    }
+    XFlush(display);
+    GtkWindow* settings = nullptr;
+    ASSERT_TRUE(main_loop::runUntil([&] {
+        settings = shell.settingsWindow().window();
+        return settings && gtk_window_is_active(settings);
+    }));
+    main_loop::runPending();
+    EXPECT_FALSE(gtk_window_is_active(panel));
+    EXPECT_TRUE(stackedAbove(settings, panel));
+
+    // Another program takes the focus, then the user comes back to the panel (the window
+    // manager's part, played by that other X client): the page gets a fresh status, and only
+    // then, since the move from the panel to the settings window was no activation.
+    gtk::testing::OtherXClient other;
+    const auto focus = [&](Window window) {
+        XSetInputFocus(other.display(), window, RevertToParent, CurrentTime);
+        XSync(other.display(), False);
+    };
+    const Window elsewhere = XCreateSimpleWindow(other.display(), other.root(), 0, 0, 100, 100, 0, 0, 0);
+    XMapRaised(other.display(), elsewhere);
+    focus(elsewhere);
+    ASSERT_TRUE(main_loop::runUntil([&] { return !gtk_window_is_active(settings); }));
+    main_loop::runPending();
+    focus(GDK_WINDOW_XID(gtk_widget_get_window(GTK_WIDGET(panel))));
+    ASSERT_TRUE(waitFor([&] { return statusCount(); }, statuses + 1));
+    EXPECT_EQ(statusCount(), statuses + 1);
 }
 
 TEST_F(ShellEndToEnd, RecordingANewCaptureKeyPersistsItAndMovesTheGlobalGrab) {

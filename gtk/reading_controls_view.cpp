@@ -1,70 +1,93 @@
-#include "reading_controls_strip.h"
+#include "reading_controls_view.h"
 
+#include <algorithm>
+
+#include "physical_key_codes.h"
 #include "reading/reading_controls_presentation.h"
+#include "widget_style.h"
 
 namespace brisel::gtk {
 
 namespace {
 
-constexpr uint32_t carbonCommand = 0x0100, carbonShift = 0x0200, carbonOption = 0x0800, carbonControl = 0x1000;
+// The strip's vertical stack. Centred, it takes the panel's width up to its maximum: its natural
+// width is that maximum, and GTK gives a centred widget no more than its natural width.
+struct BriselReadingControlsStack {
+    GtkBox parent;
+};
+struct BriselReadingControlsStackClass {
+    GtkBoxClass parent;
+};
+G_DEFINE_TYPE(BriselReadingControlsStack, brisel_reading_controls_stack, GTK_TYPE_BOX)
 
-void setLabelMarkup(GtkWidget* label, const char* format, const std::string& text) {
-    gchar* markup = g_markup_printf_escaped(format, text.c_str());
-    gtk_label_set_markup(GTK_LABEL(label), markup);
-    g_free(markup);
+void brisel_reading_controls_stack_init(BriselReadingControlsStack*) {}
+
+void brisel_reading_controls_stack_class_init(BriselReadingControlsStackClass* type) {
+    GTK_WIDGET_CLASS(type)->get_preferred_width = [](GtkWidget* widget, gint* minimum, gint* natural) {
+        GTK_WIDGET_CLASS(brisel_reading_controls_stack_parent_class)->get_preferred_width(widget, minimum, natural);
+        *natural = std::max(*minimum, BriselReadingControlsView::maximumWidth);
+    };
 }
 
-void addClass(GtkWidget* widget, const char* name) {
-    gtk_style_context_add_class(gtk_widget_get_style_context(widget), name);
+// The save button in the accent colour, as a prominent button.
+std::string accentButtonCSS() {
+    const std::string accent = cssColour(BriselReadingControlsView::accentRed, BriselReadingControlsView::accentGreen,
+                                         BriselReadingControlsView::accentBlue);
+    return "button { background-image: none; background-color: " + accent + "; border-color: shade(" + accent +
+           ", 0.8); color: white; text-shadow: none; box-shadow: none; }"
+           "button:hover { background-color: shade(" + accent + ", 1.15); }"
+           "button:active { background-color: shade(" + accent + ", 0.85); }"
+           "button:disabled { background-color: alpha(" + accent + ", 0.45); color: alpha(white, 0.8); }";
 }
 
-}  // namespace
-
+// The GDK key and modifiers of a shortcut hint.
 bool acceleratorOf(const BriselReadingControlsModel::ShortcutHint& hint, guint& key, GdkModifierType& modifiers) {
     if (hint.key.size() != 1) return false;
     const unsigned char character = static_cast<unsigned char>(hint.key[0]);
     key = character == '\r' ? GDK_KEY_Return : character == 0x1B ? GDK_KEY_Escape : gdk_unicode_to_keyval(character);
-    int mask = 0;
-    if (hint.modifiers & carbonCommand) mask |= GDK_CONTROL_MASK;  // ⌘ is Control on Linux
-    if (hint.modifiers & carbonControl) mask |= GDK_CONTROL_MASK;
-    if (hint.modifiers & carbonOption) mask |= GDK_MOD1_MASK;
-    if (hint.modifiers & carbonShift) mask |= GDK_SHIFT_MASK;
-    modifiers = static_cast<GdkModifierType>(mask);
+    modifiers = gdkModifiers(hint.modifiers);
     return key != GDK_KEY_VoidSymbol && key != 0;
 }
 
-ReadingControlsStrip::ReadingControlsStrip(BriselReadingControlsModel& model, GtkAccelGroup* accelerators)
+}  // namespace
+
+BriselReadingControlsView::BriselReadingControlsView(BriselReadingControlsModel& model, GtkAccelGroup* accelerators)
     : model_(model),
       accelerators_(accelerators),
-      root_(gtk_box_new(GTK_ORIENTATION_VERTICAL, 8)),
+      root_(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0)),
+      stack_(GTK_WIDGET(g_object_new(brisel_reading_controls_stack_get_type(), "orientation",
+                                     GTK_ORIENTATION_VERTICAL, "spacing", 8, nullptr))),
       save_(makeRow(reading_controls_ids::save, true)),
       close_(makeRow(reading_controls_ids::close, false)),
       status_(gtk_label_new(nullptr)) {
     g_object_ref_sink(root_);
     gtk_widget_set_name(root_, "reading-controls");
-    gtk_widget_set_margin_start(root_, 16);
-    gtk_widget_set_margin_end(root_, 16);
-    gtk_widget_set_margin_top(root_, 12);
-    gtk_widget_set_margin_bottom(root_, 12);
-    addClass(save_.button, "suggested-action");
+    applyCSS(root_, "box { background-color: @theme_bg_color; }");
+    gtk_widget_set_halign(stack_, GTK_ALIGN_CENTER);
+    gtk_widget_set_margin_start(stack_, 16);
+    gtk_widget_set_margin_end(stack_, 16);
+    gtk_widget_set_margin_top(stack_, 12);
+    gtk_widget_set_margin_bottom(stack_, 12);
+    gtk_box_pack_start(GTK_BOX(root_), stack_, FALSE, FALSE, 0);
+    applyCSS(save_.button, accentButtonCSS());
 
     GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
     gtk_box_pack_start(GTK_BOX(buttons), save_.button, FALSE, FALSE, 0);
     gtk_box_pack_start(GTK_BOX(buttons), close_.button, FALSE, FALSE, 0);
-    gtk_box_pack_start(GTK_BOX(root_), buttons, FALSE, FALSE, 0);
+    gtk_box_pack_start(GTK_BOX(stack_), buttons, FALSE, FALSE, 0);
 
     gtk_widget_set_name(status_, reading_controls_ids::status);
     gtk_label_set_line_wrap(GTK_LABEL(status_), TRUE);
     gtk_label_set_justify(GTK_LABEL(status_), GTK_JUSTIFY_CENTER);
     addClass(status_, "dim-label");
-    gtk_box_pack_start(GTK_BOX(root_), status_, FALSE, FALSE, 0);
+    gtk_box_pack_start(GTK_BOX(stack_), status_, FALSE, FALSE, 0);
 
-    g_signal_connect_swapped(save_.button, "clicked", G_CALLBACK(+[](ReadingControlsStrip* self) {
+    g_signal_connect_swapped(save_.button, "clicked", G_CALLBACK(+[](BriselReadingControlsView* self) {
                                  self->model_.perform(BriselReadingControlsModel::saveAndReturnRequested,
                                                       self->model_.controlId);
                              }),
                              this);
-    g_signal_connect_swapped(close_.button, "clicked", G_CALLBACK(+[](ReadingControlsStrip* self) {
+    g_signal_connect_swapped(close_.button, "clicked", G_CALLBACK(+[](BriselReadingControlsView* self) {
                                  self->model_.perform(BriselReadingControlsModel::returnRequested,
                                                       self->model_.controlId);
                              }),
@@ -73,11 +96,11 @@ ReadingControlsStrip::ReadingControlsStrip(BriselReadingControlsModel& model, Gt
     refresh();
 }
 
-ReadingControlsStrip::~ReadingControlsStrip() {
+BriselReadingControlsView::~BriselReadingControlsView() {
     g_object_unref(root_);
 }
 
-ReadingControlsStrip::Row ReadingControlsStrip::makeRow(const char* name, bool withIcon) {
+BriselReadingControlsView::Row BriselReadingControlsView::makeRow(const char* name, bool withIcon) {
     Row row{};
     row.button = gtk_button_new();
     gtk_widget_set_name(row.button, name);
@@ -101,7 +124,7 @@ ReadingControlsStrip::Row ReadingControlsStrip::makeRow(const char* name, bool w
     return row;
 }
 
-void ReadingControlsStrip::bindShortcut(GtkWidget* button, const BriselReadingControlsModel::ShortcutHint& hint,
+void BriselReadingControlsView::bindShortcut(GtkWidget* button, const BriselReadingControlsModel::ShortcutHint& hint,
                                         BriselReadingControlsModel::ShortcutHint& bound) {
     if (hint == bound) return;
     guint key = 0;
@@ -115,7 +138,7 @@ void ReadingControlsStrip::bindShortcut(GtkWidget* button, const BriselReadingCo
     bound = hint;
 }
 
-void ReadingControlsStrip::refresh() {
+void BriselReadingControlsView::refresh() {
     const ReadingControlsPresentation shown = presentReadingControls(model_);
     gtk_widget_set_visible(root_, shown.visible);
 

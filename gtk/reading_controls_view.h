@@ -8,13 +8,18 @@ namespace brisel::gtk {
 
 // The save / return strip under the web view. It draws what core's presentation says and hands
 // button presses (and their keyboard shortcuts) back to the model, which decides.
-class ReadingControlsStrip {
+class BriselReadingControlsView {
 public:
-    ReadingControlsStrip(BriselReadingControlsModel& model, GtkAccelGroup* accelerators);
-    ~ReadingControlsStrip();
-    ReadingControlsStrip(const ReadingControlsStrip&) = delete;
-    ReadingControlsStrip& operator=(const ReadingControlsStrip&) = delete;
+    static constexpr int maximumWidth = 640;
+    // The save button's tint, a dark green.
+    static constexpr double accentRed = 0.18, accentGreen = 0.32, accentBlue = 0.26;
 
+    BriselReadingControlsView(BriselReadingControlsModel& model, GtkAccelGroup* accelerators);
+    ~BriselReadingControlsView();
+    BriselReadingControlsView(const BriselReadingControlsView&) = delete;
+    BriselReadingControlsView& operator=(const BriselReadingControlsView&) = delete;
+
+    // The whole strip, as wide as the panel, on the window background.
     GtkWidget* widget() const { return root_; }
     void refresh();
 
@@ -34,14 +39,12 @@ private:
     BriselReadingControlsModel& model_;
     GtkAccelGroup* accelerators_;
     GtkWidget* root_;
+    GtkWidget* stack_;
     Row save_;
     Row close_;
     GtkWidget* status_;
     BriselReadingControlsModel::ShortcutHint boundSave_;
     BriselReadingControlsModel::ShortcutHint boundReturn_;
 };
-
-// The GDK key and modifiers of a shortcut hint; the command key is Control here.
-bool acceleratorOf(const BriselReadingControlsModel::ShortcutHint& hint, guint& key, GdkModifierType& modifiers);
 
 }  // namespace brisel::gtk
