@@ -80,9 +80,16 @@ void WebView::load(const std::string& url, Duration timeout) {
     if (!view_) return;
     cancelLoadTimer();
     timedOut_ = false;
+    loadTimeout_ = timeout;
     webkit_web_view_load_uri(view_, url.c_str());
-    // WebKitGTK's requests have no time-out of their own.
-    loadTimer_ = g_timeout_add(static_cast<guint>(timeout.count()), onLoadTimedOut, this);
+}
+
+// WebKitGTK's requests have no time-out of their own. The clock starts when the load is under
+// way: stopping a load that the web process has not started yet stops nothing.
+void WebView::startLoadTimer() {
+    if (loadTimer_ || loadTimeout_.count() <= 0) return;
+    loadTimer_ = g_timeout_add(static_cast<guint>(loadTimeout_.count()), onLoadTimedOut, this);
+    loadTimeout_ = Duration(0);
 }
 
 void WebView::cancelLoadTimer() {
@@ -188,6 +195,7 @@ void WebView::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data
         self->loadFailed_ = false;
         self->committed_ = false;
         self->timedOut_ = false;
+        self->startLoadTimer();
         self->companion_->didStartProvisionalNavigation();
     } else if (event == WEBKIT_LOAD_COMMITTED) {
         self->committed_ = true;

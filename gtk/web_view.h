@@ -53,6 +53,7 @@ private:
     static void onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpointer);
     static gboolean onUserMessage(WebKitWebView*, WebKitUserMessage*, gpointer);
     static gboolean onLoadTimedOut(gpointer);
+    void startLoadTimer();
     void cancelLoadTimer();
 
     WebViewOptions options_;
@@ -61,6 +62,7 @@ private:
     std::string channel_;
     bool loadFailed_ = false;
     bool committed_ = false;
+    Duration loadTimeout_{0};  // of the load the companion asked for, until it starts
     guint loadTimer_ = 0;
     bool timedOut_ = false;  // until the load that the time-out stopped reports its cancellation
 };
