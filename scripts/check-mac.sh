@@ -39,7 +39,8 @@ link_library() {
 link_library nlohmann json.hpp NLOHMANN_JSON_INCLUDE "${NLOHMANN_JSON_INCLUDE:-}"
 
 flags=(-fsyntax-only -target "$target" -isysroot "$MACOS_SDK" -stdlib=libc++ -std=c++20
-       -Wall -Wextra -I core -isystem "$headers" -DU_DISABLE_RENAMING=1)
+       -Wall -Wextra -I core -isystem "$headers"
+       -DU_DISABLE_RENAMING=1 -DUCHAR_TYPE=char16_t)
 # Recent SDK headers spell the deployment target __ENVIRONMENT_OS_VERSION_MIN_REQUIRED__, which
 # older clang does not predefine; define it then, from the same target.
 if ! "$compiler" -target "$target" -dM -E -x c /dev/null 2>/dev/null |
