@@ -19,7 +19,10 @@ if(CMAKE_HOST_APPLE)
     # Without -v, so that a self-signed certificate, which the system does not trust, is listed.
     execute_process(COMMAND security find-identity -p codesigning
                     OUTPUT_VARIABLE identities ERROR_QUIET)
-    string(FIND "${identities}" "${BRISEL_CODESIGN_IDENTITY}" found)
+    # Upper-cased both, as a SHA-1 hash may be given in either case.
+    string(TOUPPER "${identities}" identities)
+    string(TOUPPER "${BRISEL_CODESIGN_IDENTITY}" wanted)
+    string(FIND "${identities}" "${wanted}" found)
     if(found EQUAL -1)
       message(FATAL_ERROR
         "BRISEL_CODESIGN_IDENTITY \"${BRISEL_CODESIGN_IDENTITY}\" names no code-signing identity in "
