@@ -3,10 +3,8 @@
 # as C++) against a macOS SDK, so a Linux machine catches what only a Mac could build.
 # A file passes when it compiles without a single diagnostic.
 #   MACOS_SDK              a MacOSX.sdk folder; without it the check is skipped
-#   NLOHMANN_JSON_INCLUDE  the folder that holds nlohmann/json.hpp
-#   ICU_INCLUDE            the folder that holds unicode/uregex.h
-#                          (both default to the first of /usr/include, /opt/homebrew/include,
-#                          /usr/local/include and Homebrew's icu4c that has them)
+#   NLOHMANN_JSON_INCLUDE  the folder that holds nlohmann/json.hpp (default: the first of
+#                          /usr/include, /opt/homebrew/include and /usr/local/include that has it)
 #   MACOS_CHECK_FLAGS      extra compiler flags
 #   CXX                    the compiler (default: clang++)
 set -uo pipefail
@@ -20,16 +18,15 @@ fi
 compiler="${CXX:-clang++}"
 target=arm64-apple-macos13
 
-# Header-only nlohmann and a whole ICU, as the Mac build takes them from Homebrew (the SDK ships
-# only part of ICU's C headers). Each is linked alone into one folder: the host's /usr/include
-# on the include path would shadow the SDK's own headers.
+# Header-only nlohmann, as the Mac build takes it from Homebrew; ICU's C headers are the SDK's own.
+# nlohmann is linked alone into one folder: the host's /usr/include on the include path would
+# shadow the SDK's headers.
 headers=$(mktemp -d)
 trap 'rm -rf "$headers"' EXIT
 link_library() {
   local folder=$1 probe=$2 variable=$3 given=$4
   local candidates=("$given")
-  [[ -n "$given" ]] || candidates=(/usr/include /opt/homebrew/include /usr/local/include
-                                   /opt/homebrew/opt/icu4c/include /usr/local/opt/icu4c/include)
+  [[ -n "$given" ]] || candidates=(/usr/include /opt/homebrew/include /usr/local/include)
   for candidate in "${candidates[@]}"; do
     if [[ -f "$candidate/$folder/$probe" ]]; then
       ln -s "$(cd "$candidate/$folder" && pwd)" "$headers/$folder"
@@ -40,10 +37,10 @@ link_library() {
   exit 2
 }
 link_library nlohmann json.hpp NLOHMANN_JSON_INCLUDE "${NLOHMANN_JSON_INCLUDE:-}"
-link_library unicode uregex.h ICU_INCLUDE "${ICU_INCLUDE:-}"
 
 flags=(-fsyntax-only -target "$target" -isysroot "$MACOS_SDK" -stdlib=libc++ -std=c++20
-       -Wall -Wextra -I core -isystem "$headers")
+       -Wall -Wextra -I core -isystem "$headers"
+       -DU_DISABLE_RENAMING=1 -DUCHAR_TYPE=char16_t)
 # Recent SDK headers spell the deployment target __ENVIRONMENT_OS_VERSION_MIN_REQUIRED__, which
 # older clang does not predefine; define it then, from the same target.
 if ! "$compiler" -target "$target" -dM -E -x c /dev/null 2>/dev/null |

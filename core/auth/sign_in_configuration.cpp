@@ -1,13 +1,10 @@
 #include "auth/sign_in_configuration.h"
 
-#include <unicode/locid.h>
-#include <unicode/unistr.h>
-
 #include <algorithm>
 #include <vector>
 
 #include "auth/auth_configuration.h"
-#include "util/text.h"
+#include "util/utf16.h"
 
 namespace brisel {
 
@@ -15,11 +12,10 @@ namespace {
 
 // Upper-cased the way Foundation does it (full Unicode mapping, root locale), so the same plist
 // text switches the feature on on both platforms.
-std::string unicodeUppercase(std::string_view text) {
-    auto unicode = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-    std::string upper;
-    unicode.toUpper(icu::Locale::getRoot()).toUTF8String(upper);
-    return upper;
+std::optional<std::string> unicodeUppercase(std::string_view text) {
+    const auto unicode = utf16FromUTF8(text);
+    if (!unicode) return std::nullopt;
+    return utf8FromUTF16(uppercased(*unicode));
 }
 
 std::vector<std::string> registeredURLSchemes(const ConfigurationValuesPort& values) {
@@ -45,7 +41,7 @@ bool isAppleSignInEnabled(const ConfigurationValuesPort& values) {
     if (value->is_boolean()) return value->get<bool>();
     if (!value->is_string()) return false;
     const auto& text = value->get_ref<const std::string&>();
-    return isValidUTF8(text) && unicodeUppercase(text) == "YES";
+    return unicodeUppercase(text) == "YES";
 }
 
 std::optional<std::string> configuredString(const ConfigurationValuesPort& values, std::string_view key) {

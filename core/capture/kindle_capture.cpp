@@ -1,28 +1,22 @@
 // Capture requests and the hand-off to Kindle.
 #include "capture/kindle_capture.h"
 
-#include <unicode/regex.h>
-#include <unicode/unistr.h>
-
 #include <utility>
 
 #include "app/product.h"
 #include "capture/accessibility_copy.h"
 #include "capture/capture_texts.h"
+#include "util/icu_regex.h"
+#include "util/utf16.h"
 
 namespace brisel {
 
 namespace {
 
 // Compiled once and kept for the life of the process.
-const icu::RegexPattern* measurementIDPattern() {
-    static const icu::RegexPattern* const pattern = [] {
-        UErrorCode status = U_ZERO_ERROR;
-        UParseError where;
-        icu::RegexPattern* compiled = icu::RegexPattern::compile(u"^[a-f0-9]{64}$", where, status);
-        return U_SUCCESS(status) ? compiled : nullptr;
-    }();
-    return pattern;
+const IcuRegex& measurementIDPattern() {
+    static const IcuRegex* const pattern = new IcuRegex(u"^[a-f0-9]{64}$");
+    return *pattern;
 }
 
 NativeEvent captureStarted() { return {{"type", "captureStarted"}}; }
@@ -30,14 +24,9 @@ NativeEvent captureStarted() { return {{"type", "captureStarted"}}; }
 }  // namespace
 
 bool isReadingMeasurementID(std::string_view text) {
-    const icu::RegexPattern* pattern = measurementIDPattern();
-    if (!pattern) return false;
-    const icu::UnicodeString input = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::RegexMatcher> matcher(pattern->matcher(input, status));
-    if (U_FAILURE(status)) return false;
-    const bool found = matcher->find(status);
-    return U_SUCCESS(status) && found;
+    // Bytes that are not UTF-8 cannot spell a hexadecimal ID.
+    const auto input = utf16FromUTF8(text);
+    return input && measurementIDPattern().firstMatch(*input).has_value();
 }
 
 BriselKindleCapture::BriselKindleCapture(KindleCapturePorts ports, CaptureHost& host, UUIDSource uuids)

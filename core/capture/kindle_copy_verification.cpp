@@ -1,18 +1,16 @@
 #include "capture/kindle_copy_verification.h"
 
-#include <unicode/normalizer2.h>
-#include <unicode/regex.h>
-#include <unicode/unistr.h>
-#include <unicode/ustring.h>
 #include <unicode/utf16.h>
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "util/icu_regex.h"
+#include "util/nfkc.h"
 #include "util/text.h"
+#include "util/utf16.h"
 
 namespace brisel {
 
@@ -23,21 +21,10 @@ namespace {
 constexpr char16_t kindleCitationPattern[] =
     uR"(^([\p{L}\p{M}\p{N}][\p{L}\p{M}\p{N} ,'’・·-]{0,159})\. +([^\r\n]{1,600}?) +\((p{1,2}\.) *([0-9]{1,7}(?: *[-–—] *[0-9]{1,7})?)\)\. +(?:\([^()\r\n]{1,160}\)\. +)?Kindle Edition\.$)";
 
-// Compiled once and never destroyed, so a thread still verifying during exit is safe. A pattern
-// is immutable and shared; every call makes its own matcher.
-const icu::RegexPattern* citationPattern() {
-    static const icu::RegexPattern* const pattern = [] {
-        UErrorCode status = U_ZERO_ERROR;
-        UParseError where;
-        icu::RegexPattern* compiled =
-            icu::RegexPattern::compile(icu::UnicodeString(kindleCitationPattern), 0, where, status);
-        if (U_FAILURE(status)) {
-            delete compiled;
-            return static_cast<icu::RegexPattern*>(nullptr);
-        }
-        return compiled;
-    }();
-    return pattern;
+// Compiled once and never destroyed, so a thread still verifying during exit is safe.
+const IcuRegex& citationPattern() {
+    static const IcuRegex* const pattern = new IcuRegex(kindleCitationPattern);
+    return *pattern;
 }
 
 // "\r\n" then every remaining "\r" become "\n", in place.
@@ -89,22 +76,6 @@ std::optional<ByteRange> lastBlankLine(std::string_view text) {
     return last;
 }
 
-// One UTF-8 to UTF-16 conversion; nothing when the bytes are not UTF-8.
-std::optional<icu::UnicodeString> utf16(std::string_view utf8) {
-    if (utf8.size() > static_cast<size_t>(INT32_MAX)) return std::nullopt;
-    const auto length = static_cast<int32_t>(utf8.size());
-    icu::UnicodeString result;
-    if (length == 0) return result;
-    char16_t* buffer = result.getBuffer(length);  // UTF-16 never needs more units than UTF-8 bytes
-    if (buffer == nullptr) return std::nullopt;
-    int32_t converted = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strFromUTF8WithSub(buffer, length, &converted, utf8.data(), length, U_SENTINEL, nullptr, &status);
-    result.releaseBuffer(U_SUCCESS(status) ? converted : 0);
-    if (U_FAILURE(status)) return std::nullopt;
-    return result;
-}
-
 // Keeping ICU fast on hostile citations. No length bounds the pattern, because " +" and " *" take
 // any number of spaces, and a backtracking engine walks a long run of spaces again for every split
 // it tries: 1,000 spaces after the author take seconds, 4,000 over a minute. Two steps keep both
@@ -112,7 +83,7 @@ std::optional<icu::UnicodeString> utf16(std::string_view utf8) {
 //
 // Apart from U+0020, a match holds at most 959 code points: author 160, "." 1, title 600, "(" 1,
 // "pp." 3, pages 15, ")." 2, parenthetical with its "(" and ")." 163, "Kindle" "Edition." 14.
-constexpr int32_t longestMatchWithoutSpaces = 959;
+constexpr size_t longestMatchWithoutSpaces = 959;
 
 // Runs of spaces are cut to the length beyond which the pattern behaves the same:
 // - Before the first ".", only the author can hold spaces, 159 at most.
@@ -130,20 +101,19 @@ constexpr int32_t spacesBeforeFirstPeriod = 160;
 constexpr int32_t spacesAfterAuthor = 3;
 constexpr int32_t spacesElsewhere = 600;
 
-int32_t codePointsOtherThanSpace(const icu::UnicodeString& text) {
-    const char16_t* units = text.getBuffer();
-    int32_t count = 0;
-    for (int32_t i = 0; i < text.length(); ++i) {
-        if (units[i] != u' ' && !U16_IS_TRAIL(units[i])) ++count;
+size_t codePointsOtherThanSpace(std::u16string_view text) {
+    size_t count = 0;
+    for (const char16_t unit : text) {
+        if (unit != u' ' && !U16_IS_TRAIL(unit)) ++count;
     }
     return count;
 }
 
 class CitationWithShortSpaceRuns {
 public:
-    explicit CitationWithShortSpaceRuns(const icu::UnicodeString& citation) : citation_(citation) {
-        const char16_t* units = citation.getBuffer();
-        const int32_t length = citation.length();
+    explicit CitationWithShortSpaceRuns(std::u16string_view citation) : citation_(citation) {
+        const char16_t* units = citation.data();
+        const auto length = static_cast<int32_t>(citation.size());
         int32_t firstPeriod = -1;
         int32_t copied = 0;
         for (int32_t i = 0; i < length;) {
@@ -158,16 +128,16 @@ public:
                                   : i == firstPeriod + 1 ? spacesAfterAuthor
                                                          : spacesElsewhere;
             if (end - i > limit) {
-                shortened_.append(citation, copied, i + limit - copied);
+                shortened_.append(citation.substr(copied, i + limit - copied));
                 copied = end;
-                cuts_.push_back(Cut{shortened_.length(), end});
+                cuts_.push_back(Cut{static_cast<int32_t>(shortened_.size()), end});
             }
             i = end;
         }
-        if (!cuts_.empty()) shortened_.append(citation, copied, length - copied);
+        if (!cuts_.empty()) shortened_.append(citation.substr(copied));
     }
 
-    const icu::UnicodeString& text() const { return cuts_.empty() ? citation_ : shortened_; }
+    std::u16string_view text() const { return cuts_.empty() ? citation_ : std::u16string_view(shortened_); }
 
     // The position in the citation as written; inside a shortened run, the same offset into the
     // original run.
@@ -186,8 +156,8 @@ private:
         int32_t originalEnd;
     };
 
-    const icu::UnicodeString& citation_;
-    icu::UnicodeString shortened_;
+    std::u16string_view citation_;
+    std::u16string shortened_;
     std::vector<Cut> cuts_;
 };
 
@@ -197,35 +167,24 @@ struct Citation {
 };
 
 std::optional<Citation> parsedCitation(std::string_view trimmedCitation) {
-    const icu::RegexPattern* pattern = citationPattern();
-    if (pattern == nullptr) return std::nullopt;
-    auto citation = utf16(trimmedCitation);
-    if (!citation) return std::nullopt;
-
-    UErrorCode status = U_ZERO_ERROR;
-    const icu::Normalizer2* nfkc = icu::Normalizer2::getNFKCInstance(status);
-    if (U_FAILURE(status)) return std::nullopt;
-    if (nfkc->spanQuickCheckYes(*citation, status) < citation->length()) {
-        *citation = nfkc->normalize(*citation, status);
-    }
-    if (U_FAILURE(status)) return std::nullopt;
+    const IcuRegex& pattern = citationPattern();
+    if (!pattern.compiled()) return std::nullopt;
+    auto citation = utf16FromUTF8(trimmedCitation);
+    if (!citation || !normalizeToNFKC(*citation)) return std::nullopt;
     if (codePointsOtherThanSpace(*citation) > longestMatchWithoutSpaces) return std::nullopt;
 
     const CitationWithShortSpaceRuns subject(*citation);
-    std::unique_ptr<icu::RegexMatcher> matcher(pattern->matcher(subject.text(), status));
-    if (U_FAILURE(status) || !matcher->find(status) || U_FAILURE(status)) return std::nullopt;
-    const int32_t matchStart = subject.originalIndex(matcher->start(status));
-    const int32_t matchEnd = subject.originalIndex(matcher->end(status));
-    if (U_FAILURE(status) || matchEnd - matchStart != citation->length()) return std::nullopt;
+    const auto match = pattern.firstMatch(subject.text());
+    if (!match || !(*match)[0]) return std::nullopt;
+    const int32_t matchStart = subject.originalIndex((*match)[0]->start);
+    const int32_t matchEnd = subject.originalIndex((*match)[0]->end);
+    if (static_cast<size_t>(matchEnd - matchStart) != citation->size()) return std::nullopt;
 
-    const auto group = [&](int32_t number) -> std::optional<std::string> {
-        const int32_t start = matcher->start(number, status);
-        const int32_t end = matcher->end(number, status);
-        if (U_FAILURE(status) || start < 0 || end < start) return std::nullopt;
-        const int32_t from = subject.originalIndex(start);
-        std::string utf8;
-        citation->tempSubString(from, subject.originalIndex(end) - from).toUTF8String(utf8);
-        return utf8;
+    const auto group = [&](size_t number) -> std::optional<std::string> {
+        if (number >= match->size() || !(*match)[number]) return std::nullopt;
+        const int32_t from = subject.originalIndex((*match)[number]->start);
+        const int32_t to = subject.originalIndex((*match)[number]->end);
+        return utf8FromUTF16(std::u16string_view(*citation).substr(from, to - from));
     };
     const auto title = group(2);
     const auto locator = group(3);

@@ -1,35 +1,24 @@
 #include "shortcuts/key_binding.h"
 
-#include <unicode/locid.h>
-#include <unicode/unistr.h>
-
 #include "shortcuts/physical_keys.h"
+#include "util/utf16.h"
 
 namespace brisel {
 
 namespace {
 
-icu::UnicodeString fromUTF8(std::string_view text) {
-    return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-}
-
 // The key's text before any case change: the layout's one character, or the table's.
-icu::UnicodeString keyText(uint32_t keyCode, const KeyboardLayoutPort& layout) {
+std::u16string keyText(uint32_t keyCode, const KeyboardLayoutPort& layout) {
     const PhysicalKey* entry = physicalKey(keyCode);
     const std::string_view tableKey = entry ? entry->key : std::string_view();
     if (keyCode == key_code::returnKey || keyCode == key_code::space || keyCode == key_code::escape) {
-        return fromUTF8(tableKey);
+        return utf16FromUTF8(tableKey).value_or(std::u16string());
     }
     // Only a single typed character names the key; dead keys, ligatures and failures fall back
     // to the US character of the physical key. A lone surrogate ends up as U+FFFD.
     const std::u16string units = layout.characters(keyCode);
-    if (units.size() == 1) return icu::UnicodeString(static_cast<UChar>(units[0])).toLower(icu::Locale::getRoot());
-    return fromUTF8(tableKey);
-}
-
-std::string utf8(const icu::UnicodeString& text) {
-    std::string out;
-    return text.toUTF8String(out);
+    if (units.size() == 1) return lowercased(units);
+    return utf16FromUTF8(tableKey).value_or(std::u16string());
 }
 
 }  // namespace
@@ -48,7 +37,7 @@ std::string BriselKeyBinding::code() const {
     return entry ? std::string(entry->code) : std::string();
 }
 
-std::string BriselKeyBinding::key(const KeyboardLayoutPort& layout) const { return utf8(keyText(keyCode, layout)); }
+std::string BriselKeyBinding::key(const KeyboardLayoutPort& layout) const { return utf8FromUTF16(keyText(keyCode, layout)); }
 
 std::string BriselKeyBinding::label(const KeyboardLayoutPort& layout) const {
     std::string text;
@@ -60,7 +49,7 @@ std::string BriselKeyBinding::label(const KeyboardLayoutPort& layout) const {
     case key_code::returnKey: return text + "Enter";
     case key_code::space: return text + "Space";
     case key_code::escape: return text + "Esc";
-    default: return text + utf8(keyText(keyCode, layout).toUpper(icu::Locale::getRoot()));
+    default: return text + utf8FromUTF16(uppercased(keyText(keyCode, layout)));
     }
 }
 
