@@ -2,7 +2,7 @@
 
 #include "Conversions.h"
 #import "ReaderPanel.h"
-#import "ReadingControlsView.h"
+#import "BriselReadingControlsView.h"
 
 namespace brisel::mac {
 
@@ -76,7 +76,7 @@ void MacPanel::configure(const PanelConfiguration& configuration) {
     const NSSize size = panel.frame.size;
     WKWebView* webView = webView_.create(NSMakeRect(0, 0, size.width, size.height), configuration.messageChannel,
                                          configuration.userScripts);
-    ReadingControlsView* controls = [[ReadingControlsView alloc] initWithModel:*readingControls_];
+    BriselReadingControlsView* controls = [[BriselReadingControlsView alloc] initWithModel:*readingControls_];
     controls.hidden = YES;
     NSLayoutConstraint* hiddenControlsHeight = [controls.heightAnchor constraintEqualToConstant:0];
     panel.contentView = contentView(webView, controls, hiddenControlsHeight);

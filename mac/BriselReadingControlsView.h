@@ -7,7 +7,7 @@
 // The reading-controls strip under the web view. It draws core's presentation of the model and
 // hands its buttons, and their key equivalents, back to the model, which decides. It becomes
 // the model's change listener and must not outlive it.
-@interface ReadingControlsView : NSView
+@interface BriselReadingControlsView : NSView
 
 - (instancetype)initWithModel:(brisel::BriselReadingControlsModel&)model NS_DESIGNATED_INITIALIZER;
 - (instancetype)initWithFrame:(NSRect)frame NS_UNAVAILABLE;

@@ -1,4 +1,4 @@
-#import "ReadingControlsView.h"
+#import "BriselReadingControlsView.h"
 
 #include "ButtonLook.h"
 #include "Conversions.h"
@@ -60,7 +60,7 @@ NSFont* captionMonospacedFont() {
 
 @end
 
-@implementation ReadingControlsView {
+@implementation BriselReadingControlsView {
     brisel::BriselReadingControlsModel* _model;
     NSStackView* _content;
     NSStackView* _buttons;
@@ -133,7 +133,7 @@ NSFont* captionMonospacedFont() {
         [_status.widthAnchor constraintEqualToAnchor:_content.widthAnchor],
     ]];
 
-    __weak ReadingControlsView* weakSelf = self;
+    __weak BriselReadingControlsView* weakSelf = self;
     model.onChange = [weakSelf] { [weakSelf refresh]; };
     _displayOptions = brisel::mac::observeDisplayOptions(^{
       [weakSelf applyLook];
