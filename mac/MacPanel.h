@@ -27,6 +27,7 @@ public:
     NSWindow* window() const;
 
     void configure(const PanelConfiguration& configuration) override;
+    bool hasWindow() const override;
     std::vector<Screen> screens() const override;
     std::optional<Screen> mainScreen() const override;
     std::optional<Screen> panelScreen() const override;

@@ -90,6 +90,10 @@ void MacPanel::configure(const PanelConfiguration& configuration) {
     startupLabel_ = label;
 }
 
+bool MacPanel::hasWindow() const {
+    return panel_ != nil;
+}
+
 std::vector<Screen> MacPanel::screens() const {
     std::vector<Screen> screens;
     for (NSScreen* screen in NSScreen.screens) screens.push_back(screenOf(screen));
