@@ -20,9 +20,6 @@ NSView* contentView(WKWebView* webView, NSView* controls, NSLayoutConstraint* hi
     controls.translatesAutoresizingMaskIntoConstraints = NO;
     [container addSubview:webView];
     [container addSubview:controls];
-    // The strip is sized by its content; with none, this keeps it collapsed instead of ambiguous.
-    NSLayoutConstraint* collapsed = [controls.heightAnchor constraintEqualToConstant:0];
-    collapsed.priority = NSLayoutPriorityFittingSizeCompression;
     [NSLayoutConstraint activateConstraints:@[
         [webView.leadingAnchor constraintEqualToAnchor:container.leadingAnchor],
         [webView.trailingAnchor constraintEqualToAnchor:container.trailingAnchor],
@@ -31,7 +28,6 @@ NSView* contentView(WKWebView* webView, NSView* controls, NSLayoutConstraint* hi
         [controls.leadingAnchor constraintEqualToAnchor:container.leadingAnchor],
         [controls.trailingAnchor constraintEqualToAnchor:container.trailingAnchor],
         [controls.bottomAnchor constraintEqualToAnchor:container.bottomAnchor],
-        collapsed,
         hiddenControlsHeight,
     ]];
     return container;
@@ -178,6 +174,8 @@ void MacPanel::removeStartupLabel() {
 void MacPanel::setControlsHidden(bool hidden) {
     controls_.hidden = hidden;
     hiddenControlsHeight_.active = hidden;
+    // Shown or hidden, the strip is measured again.
+    [controls_ invalidateIntrinsicContentSize];
 }
 
 }  // namespace brisel::mac
