@@ -6,8 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include <nlohmann/json.hpp>
-
 #include "auth/auth_origin.h"
 #include "bridge/script_message.h"
 #include "export/export_payload.h"
