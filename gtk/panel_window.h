@@ -37,6 +37,7 @@ public:
     bool isActive() const { return window_ && gtk_window_is_active(window_); }
 
     void configure(const PanelConfiguration& configuration) override;
+    bool hasWindow() const override { return window_ != nullptr; }
     std::vector<Screen> screens() const override;
     std::optional<Screen> mainScreen() const override;
     std::optional<Screen> panelScreen() const override;

@@ -1,31 +1,33 @@
 #include "save_dialog.h"
 
-#include <string_view>
+#include <cstdlib>
 #include <utility>
-
-#include "export/markdown_export.h"
 
 namespace brisel::gtk {
 
 namespace {
 
-// The file types core asks for by uniform type identifier, as GTK filters.
+// The file types core asks for, as GTK filters.
 struct FileType {
-    std::string_view contentType;
     const char* name;
     const char* pattern;
 };
-constexpr FileType fileTypes[] = {{zipContentType, "ZIP", "*.zip"}};
 
-void addFilters(GtkFileChooser* chooser, const std::vector<std::string>& contentTypes) {
-    for (const std::string& contentType : contentTypes) {
-        for (const FileType& type : fileTypes) {
-            if (type.contentType != contentType) continue;
-            GtkFileFilter* filter = gtk_file_filter_new();
-            gtk_file_filter_set_name(filter, type.name);
-            gtk_file_filter_add_pattern(filter, type.pattern);
-            gtk_file_chooser_add_filter(chooser, filter);
-        }
+FileType fileTypeOf(SaveContentType contentType) {
+    switch (contentType) {
+    case SaveContentType::zipArchive:
+        return {"ZIP", "*.zip"};
+    }
+    std::abort();  // not a SaveContentType
+}
+
+void addFilters(GtkFileChooser* chooser, const std::vector<SaveContentType>& contentTypes) {
+    for (const SaveContentType contentType : contentTypes) {
+        const FileType type = fileTypeOf(contentType);
+        GtkFileFilter* filter = gtk_file_filter_new();
+        gtk_file_filter_set_name(filter, type.name);
+        gtk_file_filter_add_pattern(filter, type.pattern);
+        gtk_file_chooser_add_filter(chooser, filter);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "web_view.h"
 
+#include <cstdlib>
 #include <memory>
 
 #include "app/companion.h"
@@ -15,6 +16,30 @@ SecurityOrigin securityOriginOf(const std::string& serialisation) {
     const auto parts = parseURL(serialisation);
     if (!parts || !parts->host) return {};
     return {parts->scheme, *parts->host, parts->port.value_or(0)};
+}
+
+// A script argument as WebKitGTK takes it: objects as a{sv} and strings, all the web view port
+// allows. Anything else is a programming error in core. A GVariant string is UTF-8 without
+// NUL, so other bytes arrive as U+FFFD.
+GVariant* variantOf(const nlohmann::json& value) {
+    switch (value.type()) {
+    case nlohmann::json::value_t::object: {
+        GVariantBuilder members;
+        g_variant_builder_init(&members, G_VARIANT_TYPE_VARDICT);
+        for (const auto& [key, member] : value.items()) {
+            gchar* name = g_utf8_make_valid(key.data(), static_cast<gssize>(key.size()));
+            g_variant_builder_add(&members, "{sv}", name, variantOf(member));
+            g_free(name);
+        }
+        return g_variant_builder_end(&members);
+    }
+    case nlohmann::json::value_t::string: {
+        const auto& text = value.get_ref<const std::string&>();
+        return g_variant_new_take_string(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
+    }
+    default:
+        std::abort();
+    }
 }
 
 }  // namespace
@@ -142,6 +167,23 @@ void WebView::evaluate(const std::string& script, std::function<void(ScriptResul
             (*done)(std::move(result));
         },
         pending);
+}
+
+void WebView::callAsyncFunction(const std::string& functionBody, const nlohmann::json& arguments) {
+    if (!view_) return;
+    GVariant* parameters = g_variant_ref_sink(variantOf(arguments));
+    // No world name is the page's own world.
+    webkit_web_view_call_async_javascript_function(
+        view_, functionBody.c_str(), static_cast<gssize>(functionBody.size()), parameters, nullptr, nullptr, nullptr,
+        [](GObject* source, GAsyncResult* asyncResult, gpointer) {
+            GError* error = nullptr;
+            JSCValue* value =
+                webkit_web_view_call_async_javascript_function_finish(WEBKIT_WEB_VIEW(source), asyncResult, &error);
+            if (value) g_object_unref(value);
+            g_clear_error(&error);
+        },
+        nullptr);
+    g_variant_unref(parameters);
 }
 
 // Each message comes from the web process's extension with the frame that posted it and that

@@ -4,10 +4,10 @@
 
 namespace brisel::mac {
 
-// Whether buttons take the glass look now: core's rule over the system's major version and the
-// reduce-transparency setting. Glass arrived in macOS 26, after this SDK, so the runtime is
-// also asked for AppKit's glass view class.
-bool usesGlass();
+// Whether buttons take the glass look now: core's rule over the system's major version, the
+// reduce-transparency setting and the host's `forceOpaque`. Glass arrived in macOS 26, after
+// this SDK, so the runtime is also asked for AppKit's glass view class.
+bool usesGlass(bool forceOpaque = false);
 
 // Glass, or bordered with `borderedStyle`; a `prominentTint` marks the default action.
 void applyButtonLook(NSButton* button, bool glass, NSBezelStyle borderedStyle, NSColor* prominentTint = nil);

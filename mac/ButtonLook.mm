@@ -19,10 +19,10 @@ void setTintProminence(NSButton* button, NSInteger prominence) {
 
 }  // namespace
 
-bool usesGlass() {
+bool usesGlass(bool forceOpaque) {
     const NSOperatingSystemVersion version = NSProcessInfo.processInfo.operatingSystemVersion;
     const bool reduceTransparency = NSWorkspace.sharedWorkspace.accessibilityDisplayShouldReduceTransparency;
-    return readingControlsUseGlass(static_cast<int>(version.majorVersion), reduceTransparency, false) &&
+    return readingControlsUseGlass(static_cast<int>(version.majorVersion), reduceTransparency, forceOpaque) &&
            NSClassFromString(@"NSGlassEffectView") != nil;
 }
 

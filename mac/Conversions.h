@@ -2,30 +2,56 @@
 
 #import <AppKit/AppKit.h>
 
+#include <cstdlib>
 #include <optional>
 #include <string>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
 
 #include "platform/geometry.h"
 #include "platform/web_view_port.h"
+#include "util/text.h"
 
 // Values crossing between core and Cocoa. Core keeps AppKit's coordinates (origin bottom left,
 // y up), so rectangles pass through unchanged.
 namespace brisel::mac {
 
-// Core's texts are UTF-8; anything else becomes the empty string rather than nil.
-inline NSString* nsString(const std::string& text) {
-    NSString* string = [[NSString alloc] initWithBytes:text.data() length:text.size() encoding:NSUTF8StringEncoding];
-    return string ? string : @"";
+static_assert(sizeof(unichar) == sizeof(char16_t));
+
+// Text crosses as the string's own UTF-16 units, converted by core's rule, so every NSString
+// survives the trip: U+0000 inside it, and unpaired surrogates too (core holds those in a form it
+// never takes for UTF-8). Bytes from core that are not UTF-8 arrive as U+FFFD.
+inline NSString* nsString(std::string_view text) {
+    const std::u16string units = utf16FromUTF8(text);
+    return [NSString stringWithCharacters:reinterpret_cast<const unichar*>(units.data())
+                                   length:units.size()];
 }
 
 inline std::string stdString(NSString* text) {
-    const char* utf8 = text.UTF8String;
-    return utf8 ? utf8 : "";
+    std::u16string units(text.length, u'\0');
+    [text getCharacters:reinterpret_cast<unichar*>(units.data()) range:NSMakeRange(0, units.size())];
+    return utf8FromUTF16(units);
 }
 
 inline std::optional<std::string> optionalString(NSString* text) {
     if (!text) return std::nullopt;
     return stdString(text);
+}
+
+// A script argument as WebKit takes it: objects and strings, all the web view port allows. Anything else is a programming error in core.
+inline ::id foundationObject(const nlohmann::json& value) {
+    switch (value.type()) {
+    case nlohmann::json::value_t::object: {
+        NSMutableDictionary<NSString*, ::id>* members = [NSMutableDictionary dictionaryWithCapacity:value.size()];
+        for (const auto& [key, member] : value.items()) members[nsString(key)] = foundationObject(member);
+        return members;
+    }
+    case nlohmann::json::value_t::string:
+        return nsString(value.get_ref<const std::string&>());
+    default:
+        std::abort();
+    }
 }
 
 inline Rect rectOf(NSRect rect) {

@@ -7,7 +7,7 @@
 #include "reading/reading_controls_model.h"
 
 @class ReaderPanel;
-@class ReadingControlsView;
+@class BriselReadingControlsView;
 
 // Named outside namespace brisel, where core's `id` function hides Objective-C's `id`.
 using PanelWindowDelegate = id<NSWindowDelegate>;
@@ -27,6 +27,7 @@ public:
     NSWindow* window() const;
 
     void configure(const PanelConfiguration& configuration) override;
+    bool hasWindow() const override;
     std::vector<Screen> screens() const override;
     std::optional<Screen> mainScreen() const override;
     std::optional<Screen> panelScreen() const override;
@@ -50,7 +51,7 @@ private:
     __weak PanelWindowDelegate windowDelegate_;
     BriselReadingControlsModel* readingControls_ = nullptr;
     ReaderPanel* panel_ = nil;
-    ReadingControlsView* controls_ = nil;
+    BriselReadingControlsView* controls_ = nil;
     NSLayoutConstraint* hiddenControlsHeight_ = nil;
     NSTextField* startupLabel_ = nil;
 };

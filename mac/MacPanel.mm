@@ -2,7 +2,7 @@
 
 #include "Conversions.h"
 #import "ReaderPanel.h"
-#import "ReadingControlsView.h"
+#import "BriselReadingControlsView.h"
 
 namespace brisel::mac {
 
@@ -20,9 +20,6 @@ NSView* contentView(WKWebView* webView, NSView* controls, NSLayoutConstraint* hi
     controls.translatesAutoresizingMaskIntoConstraints = NO;
     [container addSubview:webView];
     [container addSubview:controls];
-    // The strip is sized by its content; with none, this keeps it collapsed instead of ambiguous.
-    NSLayoutConstraint* collapsed = [controls.heightAnchor constraintEqualToConstant:0];
-    collapsed.priority = NSLayoutPriorityFittingSizeCompression;
     [NSLayoutConstraint activateConstraints:@[
         [webView.leadingAnchor constraintEqualToAnchor:container.leadingAnchor],
         [webView.trailingAnchor constraintEqualToAnchor:container.trailingAnchor],
@@ -31,7 +28,6 @@ NSView* contentView(WKWebView* webView, NSView* controls, NSLayoutConstraint* hi
         [controls.leadingAnchor constraintEqualToAnchor:container.leadingAnchor],
         [controls.trailingAnchor constraintEqualToAnchor:container.trailingAnchor],
         [controls.bottomAnchor constraintEqualToAnchor:container.bottomAnchor],
-        collapsed,
         hiddenControlsHeight,
     ]];
     return container;
@@ -76,7 +72,7 @@ void MacPanel::configure(const PanelConfiguration& configuration) {
     const NSSize size = panel.frame.size;
     WKWebView* webView = webView_.create(NSMakeRect(0, 0, size.width, size.height), configuration.messageChannel,
                                          configuration.userScripts);
-    ReadingControlsView* controls = [[ReadingControlsView alloc] initWithModel:*readingControls_];
+    BriselReadingControlsView* controls = [[BriselReadingControlsView alloc] initWithModel:*readingControls_];
     controls.hidden = YES;
     NSLayoutConstraint* hiddenControlsHeight = [controls.heightAnchor constraintEqualToConstant:0];
     panel.contentView = contentView(webView, controls, hiddenControlsHeight);
@@ -88,6 +84,10 @@ void MacPanel::configure(const PanelConfiguration& configuration) {
     controls_ = controls;
     hiddenControlsHeight_ = hiddenControlsHeight;
     startupLabel_ = label;
+}
+
+bool MacPanel::hasWindow() const {
+    return panel_ != nil;
 }
 
 std::vector<Screen> MacPanel::screens() const {
@@ -174,6 +174,8 @@ void MacPanel::removeStartupLabel() {
 void MacPanel::setControlsHidden(bool hidden) {
     controls_.hidden = hidden;
     hiddenControlsHeight_.active = hidden;
+    // Shown or hidden, the strip is measured again.
+    [controls_ invalidateIntrinsicContentSize];
 }
 
 }  // namespace brisel::mac

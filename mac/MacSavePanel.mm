@@ -2,10 +2,24 @@
 
 #import <UniformTypeIdentifiers/UniformTypeIdentifiers.h>
 
+#include <cstdlib>
+
 #include "Conversions.h"
 #include "MacPanel.h"
 
 namespace brisel::mac {
+
+namespace {
+
+UTType* systemType(SaveContentType type) {
+    switch (type) {
+    case SaveContentType::zipArchive:
+        return UTTypeZIP;
+    }
+    std::abort();  // not a SaveContentType
+}
+
+}  // namespace
 
 bool MacSavePanel::hasPresenter() const {
     return presenter_.window() != nil;
@@ -14,8 +28,11 @@ bool MacSavePanel::hasPresenter() const {
 void MacSavePanel::beginSheet(const SaveSheetOptions& options, SaveSheetCompletion completion) {
     NSSavePanel* sheet = [NSSavePanel savePanel];
     NSMutableArray<UTType*>* types = [NSMutableArray array];
-    for (const std::string& identifier : options.allowedContentTypes) {
-        if (UTType* type = [UTType typeWithIdentifier:nsString(identifier)]) [types addObject:type];
+    for (const SaveContentType contentType : options.allowedContentTypes) {
+        // A sheet limited to fewer types than core asked for would be a quiet bug: stop instead.
+        UTType* type = systemType(contentType);
+        if (!type) std::abort();
+        [types addObject:type];
     }
     sheet.allowedContentTypes = types;
     sheet.nameFieldStringValue = nsString(options.suggestedFileName);
@@ -33,8 +50,9 @@ void MacSavePanel::beginSheet(const SaveSheetOptions& options, SaveSheetCompleti
 }
 
 void MacSavePanel::cancelSheet() {
-    // The sheet's completion runs from inside endSheet, with the cancel response.
-    if (NSSavePanel* sheet = sheet_) [sheet.sheetParent endSheet:sheet returnCode:NSModalResponseCancel];
+    // As its Cancel button does: the panel ends itself, whether or not a window still carries it,
+    // and its completion runs with the cancel response.
+    if (NSSavePanel* sheet = sheet_) [sheet cancel:nil];
 }
 
 }  // namespace brisel::mac

@@ -4,7 +4,7 @@
 
 #include "shortcuts/settings_window_port.h"
 
-@class ShortcutSettingsView;
+@class BriselShortcutSettingsView;
 
 namespace brisel::mac {
 
@@ -28,7 +28,7 @@ private:
 
     const KeyboardLayoutPort& layout_;
     NSWindow* window_ = nil;
-    ShortcutSettingsView* view_ = nil;
+    BriselShortcutSettingsView* view_ = nil;
     ::id monitor_ = nil;
     KeyDown keyDown_;
 };

@@ -1,7 +1,7 @@
 #include "MacSettingsWindow.h"
 
 #include "Conversions.h"
-#import "ShortcutSettingsView.h"
+#import "BriselShortcutSettingsView.h"
 #include "app/texts.h"
 
 namespace brisel::mac {
@@ -20,7 +20,7 @@ void MacSettingsWindow::show(BriselShortcutSettings& settings) {
         window_.title = nsString(texts::settingsWindowTitle);
         window_.level = NSFloatingWindowLevel;
         window_.releasedWhenClosed = NO;
-        view_ = [[ShortcutSettingsView alloc] initWithLayout:layout_];
+        view_ = [[BriselShortcutSettingsView alloc] initWithLayout:layout_];
         window_.contentView = view_;
         [window_ center];
     }

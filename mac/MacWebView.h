@@ -27,6 +27,7 @@ public:
     std::optional<std::string> currentURL() const override;
     const void* identity() const override { return (__bridge const void*)view_; }
     void evaluate(const std::string& script, std::function<void(ScriptResult)> completion) override;
+    void callAsyncFunction(const std::string& functionBody, const nlohmann::json& arguments) override;
 
 private:
     __weak WebViewDelegate delegate_;

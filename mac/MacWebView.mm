@@ -46,4 +46,13 @@ void MacWebView::evaluate(const std::string& script, std::function<void(ScriptRe
             }];
 }
 
+void MacWebView::callAsyncFunction(const std::string& functionBody, const nlohmann::json& arguments) {
+    // No frame is the main frame.
+    [view_ callAsyncJavaScript:nsString(functionBody)
+                     arguments:foundationObject(arguments)
+                       inFrame:nil
+                inContentWorld:WKContentWorld.pageWorld
+             completionHandler:nil];
+}
+
 }  // namespace brisel::mac

@@ -37,7 +37,7 @@ void Companion::makeBridges() {
         .configuration = ports_.configuration,
         .apple = ports_.apple,
         .google = ports_.google,
-        .anchor = [alive = std::weak_ptr<bool>(alive_)] { return !alive.expired(); },
+        .anchor = [alive = std::weak_ptr<bool>(alive_), this] { return alive.lock() && ports_.panel.hasWindow(); },
     };
     nativeAuth_.emplace(std::move(auth), settings_.localURL);
     markdownExport_.emplace(ports_.webView, settings_.localURL, ports_.savePanel, endpoint_.port);

@@ -33,19 +33,6 @@ int64_t localPortOf(std::string_view allowedURL) {
 
 }  // namespace
 
-std::string authResultScript(const AuthResult& detail, std::string_view expectedOrigin) {
-    const nlohmann::json object(detail);
-    // Escaping everything outside ASCII keeps U+2028 and U+2029 from breaking the literal on
-    // older engines; text that is not UTF-8 cannot reach here (tokens are checked), and would
-    // arrive replaced rather than drop the one result the page waits for.
-    const auto literal = [](const nlohmann::json& value) {
-        return value.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
-    };
-    return "((detail, expectedOrigin) => { if (window.location.origin === expectedOrigin) "
-           "window.dispatchEvent(new CustomEvent('brisel:auth-result', { detail })); })(" +
-           literal(object) + ", " + literal(nlohmann::json(std::string(expectedOrigin))) + ");";
-}
-
 BriselNativeAuth::BriselNativeAuth(BriselNativeAuthPorts ports, std::string_view allowedURL)
     : ports_(std::move(ports)),
       origin_(requireOrigin(allowedURL, localPortOf(allowedURL))),
@@ -244,7 +231,7 @@ void BriselNativeAuth::finish(const Pending& pending, AuthResult credential, std
 void BriselNativeAuth::emit(const AuthResult& detail) {
     WebViewPort* webView = ports_.webView ? ports_.webView().port : nullptr;
     if (!webView || currentOrigin(*webView) != origin_) return;
-    webView->evaluate(authResultScript(detail, origin_.string()), [](ScriptResult) {});
+    webView->callAsyncFunction(authResultScript, {{"detail", detail}, {"expectedOrigin", origin_.string()}});
 }
 
 }  // namespace brisel

@@ -31,10 +31,11 @@ inline constexpr const char* unconfigured = "unconfigured";
 // "idToken" (plus "accessToken" for Google).
 using AuthResult = std::map<std::string, std::string>;
 
-// The script that hands `detail` to the page as "brisel:auth-result", only if the page is still
-// at `expectedOrigin` when it runs. Both values travel as ASCII-only JSON literals, so no token
-// or id can end the literal or the script early.
-std::string authResultScript(const AuthResult& detail, std::string_view expectedOrigin);
+// Hands a result to the page as "brisel:auth-result", called with the arguments "detail" (the
+// result) and "expectedOrigin". The page may have navigated since the bridge checked its origin,
+// so the page tests it again before any token reaches a listener.
+inline constexpr const char* authResultScript =
+    "if (window.location.origin === expectedOrigin) window.dispatchEvent(new CustomEvent('brisel:auth-result', { detail }));";
 
 // The web view the bridge serves, as its owner sees it right now.
 struct WebViewReference {

@@ -25,8 +25,8 @@ inline constexpr long long appleAuthorizationCancelledCode = 1001;
 inline constexpr std::string_view googleSignInErrorDomain = "com.google.GIDSignIn";
 inline constexpr long long googleSignInCancelledCode = -5;
 
-// Whether there is a window to show a sign-in sheet over (the reader panel). The shell shows
-// its sheets over that same window.
+// Whether the reader panel's window is there to show a sign-in sheet over; the shell shows its
+// sheets over that window. Without it a sign-in fails.
 using PresentationAnchor = std::function<bool()>;
 
 // --- Sign in with Apple ---------------------------------------------------------------------

@@ -13,16 +13,6 @@ namespace {
 
 using nlohmann::json;
 
-std::optional<std::string> asciiLiteral(const json& value) {
-    try {
-        // Every non-ASCII character escaped: U+2028 and U+2029 cannot end a line inside the
-        // literal, and the script is plain ASCII whatever the text.
-        return value.dump(-1, ' ', true, json::error_handler_t::strict);
-    } catch (const json::exception&) {
-        return std::nullopt;
-    }
-}
-
 std::optional<std::string> stringField(const json& body, const char* key) {
     const auto value = body.find(key);
     if (value == body.end() || !value->is_string()) return std::nullopt;
@@ -40,17 +30,6 @@ BriselAuthOrigin requiredOrigin(std::string_view allowedURL, int64_t localPort) 
 }
 
 }  // namespace
-
-std::optional<std::string> exportResultScript(std::string_view expectedOrigin, const json& result) {
-    const auto origin = asciiLiteral(std::string(expectedOrigin));
-    const auto detail = asciiLiteral(result);
-    if (!origin || !detail) return std::nullopt;
-    // The two consts stand for the arguments of an asynchronous call in the page's world; the
-    // origin is tested again in the page because a navigation may land before the script runs.
-    return "(() => { const expectedOrigin = " + *origin + "; const result = " + *detail +
-           "; if (location.origin === expectedOrigin) window.dispatchEvent(new CustomEvent('" +
-           exportResultEventName + "', {detail: result})); })();";
-}
 
 BriselMarkdownExport::BriselMarkdownExport(WebViewPort& webView, std::string_view allowedURL,
                                            SavePanelPort& savePanel, int64_t localPort)
@@ -102,7 +81,7 @@ void BriselMarkdownExport::begin(BriselExportPayload payload) {
         return;
     }
     SaveSheetOptions options;
-    options.allowedContentTypes = {zipContentType};
+    options.allowedContentTypes = {SaveContentType::zipArchive};
     options.suggestedFileName = payload.filename;
     options.canCreateDirectories = true;
     options.title = export_texts::sheetTitle;
@@ -149,9 +128,8 @@ void BriselMarkdownExport::invalidate() {
 
 void BriselMarkdownExport::emit(const std::string& requestId, const char* status) {
     if (!showsTrustedPage()) return;
-    const auto script = exportResultScript(origin_.string(), {{"requestId", requestId}, {"status", status}});
-    if (!script) return;
-    webView_.evaluate(*script, [](ScriptResult) {});
+    webView_.callAsyncFunction(exportResultScript, {{"expectedOrigin", origin_.string()},
+                                                    {"result", {{"requestId", requestId}, {"status", status}}}});
 }
 
 }  // namespace brisel

@@ -6,8 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include <nlohmann/json.hpp>
-
 #include "auth/auth_origin.h"
 #include "bridge/script_message.h"
 #include "export/export_payload.h"
@@ -29,14 +27,11 @@ inline constexpr const char* canceled = "canceled";
 inline constexpr const char* failed = "failed";
 }  // namespace export_status
 
-inline constexpr const char* exportResultEventName = "brisel:export-result";
-inline constexpr const char* zipContentType = "public.zip";
-
-// The script that hands `result` to the page as "brisel:export-result", only if the page's
-// own origin is still `expectedOrigin` when it runs. Both values are JSON literals with every
-// non-ASCII character escaped, so any text arrives unchanged. Absent when `result` cannot be
-// serialised (text that is not UTF-8).
-std::optional<std::string> exportResultScript(std::string_view expectedOrigin, const nlohmann::json& result);
+// Hands a result to the page as "brisel:export-result", called with the arguments "result"
+// ({"requestId", "status"}) and "expectedOrigin". A navigation may land before the call runs, so
+// the page tests its own origin again.
+inline constexpr const char* exportResultScript =
+    "if (location.origin === expectedOrigin) window.dispatchEvent(new CustomEvent('brisel:export-result', {detail: result}));";
 
 // Saves the page's Markdown export archive where the user chooses, one export at a time.
 // Main thread only. The save sheet's completion holds this object weakly.

@@ -8,10 +8,14 @@
 
 namespace brisel {
 
+// The kinds of file a save sheet can be limited to. Each shell names them its own way: the
+// system's UTType on macOS, a file-name filter on GTK.
+enum class SaveContentType { zipArchive };
+
 // How the save sheet is set up: NSSavePanel's allowedContentTypes, nameFieldStringValue,
-// canCreateDirectories, title and prompt; the GTK shell maps "public.zip" to a "*.zip" filter.
+// canCreateDirectories, title and prompt.
 struct SaveSheetOptions {
-    std::vector<std::string> allowedContentTypes;  // uniform type identifiers
+    std::vector<SaveContentType> allowedContentTypes;
     std::string suggestedFileName;
     bool canCreateDirectories = true;
     std::string title;

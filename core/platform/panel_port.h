@@ -38,6 +38,8 @@ public:
 
     // Builds the panel, its web view, the reading-controls strip (hidden) and the start-up label.
     virtual void configure(const PanelConfiguration& configuration) = 0;
+    // Whether the panel's window exists (sign-in sheets are shown over it).
+    virtual bool hasWindow() const = 0;
 
     // Screens in the system's order; the main screen is the one with keyboard focus.
     virtual std::vector<Screen> screens() const = 0;

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 #include "platform/main_queue.h"
 
 namespace brisel {
@@ -41,6 +43,11 @@ public:
     // The platform's web view object, as a ScriptMessage's `webView` names it.
     virtual const void* identity() const = 0;
     virtual void evaluate(const std::string& script, std::function<void(ScriptResult)> completion) = 0;
+    // Calls `functionBody` as the body of an async function in the main frame, in the page's own
+    // script world, with each member of `arguments` (a JSON object whose members are strings or
+    // objects of the same kind) as the parameter of that name: values travel as values, never as
+    // script text. What the page answers is not reported, because no caller acts on it.
+    virtual void callAsyncFunction(const std::string& functionBody, const nlohmann::json& arguments) = 0;
 };
 
 }  // namespace brisel

@@ -9,8 +9,11 @@ namespace brisel {
 
 namespace {
 
-// Decodes one scalar at `i`; returns its length, or 0 when the bytes there are not UTF-8.
-size_t decodeScalar(std::string_view s, size_t i, char32_t& out) {
+enum class Surrogates { refused, accepted };
+
+// Decodes one scalar at `i`; returns its length, or 0 when the bytes there are not UTF-8. With
+// `Surrogates::accepted`, the three-byte form of a surrogate code point decodes too.
+size_t decodeScalar(std::string_view s, size_t i, char32_t& out, Surrogates surrogates = Surrogates::refused) {
     const auto b = [&](size_t k) { return static_cast<unsigned char>(s[k]); };
     const unsigned char lead = b(i);
     size_t length = 0;
@@ -32,9 +35,31 @@ size_t decodeScalar(std::string_view s, size_t i, char32_t& out) {
         if ((b(i + k) & 0xC0) != 0x80) return 0;
         out = (out << 6) | (b(i + k) & 0x3F);
     }
-    if (out < minimum || out > 0x10FFFF || (out >= 0xD800 && out <= 0xDFFF)) return 0;
+    if (out < minimum || out > 0x10FFFF) return 0;
+    if (out >= 0xD800 && out <= 0xDFFF && surrogates == Surrogates::refused) return 0;
     return length;
 }
+
+void appendUTF8(std::string& utf8, char32_t c) {
+    if (c < 0x80) {
+        utf8 += static_cast<char>(c);
+    } else if (c < 0x800) {
+        utf8 += static_cast<char>(0xC0 | (c >> 6));
+        utf8 += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        utf8 += static_cast<char>(0xE0 | (c >> 12));
+        utf8 += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        utf8 += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+        utf8 += static_cast<char>(0xF0 | (c >> 18));
+        utf8 += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        utf8 += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        utf8 += static_cast<char>(0x80 | (c & 0x3F));
+    }
+}
+
+bool isHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool isLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 bool isWhitespaceOrNewline(char32_t c) {
     return (c >= 0x09 && c <= 0x0D) || c == 0x20 || c == 0x85 || c == 0xA0 || c == 0x1680 ||
@@ -123,6 +148,42 @@ std::optional<std::string> readTrimmedSetting(const std::filesystem::path& path)
     auto text = readUTF8File(path);
     if (!text) return std::nullopt;
     return trimWhitespaceAndNewlines(*text);
+}
+
+std::string utf8FromUTF16(std::u16string_view utf16) {
+    std::string utf8;
+    utf8.reserve(utf16.size());
+    for (size_t i = 0; i < utf16.size(); ++i) {
+        const char16_t unit = utf16[i];
+        if (isHighSurrogate(unit) && i + 1 < utf16.size() && isLowSurrogate(utf16[i + 1])) {
+            appendUTF8(utf8, 0x10000 + ((char32_t(unit) - 0xD800) << 10) + (char32_t(utf16[++i]) - 0xDC00));
+        } else {
+            appendUTF8(utf8, unit);  // an unpaired surrogate too, in its own three bytes
+        }
+    }
+    return utf8;
+}
+
+std::u16string utf16FromUTF8(std::string_view utf8) {
+    std::u16string utf16;
+    utf16.reserve(utf8.size());
+    char32_t scalar = 0;
+    for (size_t i = 0; i < utf8.size();) {
+        const size_t length = decodeScalar(utf8, i, scalar, Surrogates::accepted);
+        if (length == 0) {
+            utf16 += u'\uFFFD';
+            ++i;
+            continue;
+        }
+        if (scalar >= 0x10000) {
+            utf16 += static_cast<char16_t>(0xD800 + ((scalar - 0x10000) >> 10));
+            utf16 += static_cast<char16_t>(0xDC00 + ((scalar - 0x10000) & 0x3FF));
+        } else {
+            utf16 += static_cast<char16_t>(scalar);
+        }
+        i += length;
+    }
+    return utf16;
 }
 
 size_t unicodeScalarCount(std::string_view utf8) {

@@ -28,6 +28,16 @@ std::optional<std::string> readUTF8File(const std::filesystem::path& path);
 // The file read as UTF-8 and trimmed; absent when unreadable.
 std::optional<std::string> readTrimmedSetting(const std::filesystem::path& path);
 
+// Text as Foundation and JavaScript hold it, in UTF-16 code units, to and from core's UTF-8.
+// Every UTF-16 string survives the round trip: U+0000 stays where it is, and an unpaired
+// surrogate takes the three-byte form of its code point (ED A0 80 to ED BF BF, the generalised
+// UTF-8 known as WTF-8). That form is not UTF-8, so core's checks (`isValidUTF8`, the Kindle copy
+// verification, the native-event serialiser) refuse such text instead of passing it on altered.
+std::string utf8FromUTF16(std::u16string_view utf16);
+// The way back. A byte that is neither UTF-8 nor that three-byte form becomes U+FFFD, one for
+// each such byte.
+std::u16string utf16FromUTF8(std::string_view utf8);
+
 // Unicode scalar values in UTF-8 text, the unit of the passage length limit (an emoji made of
 // several scalars counts as several). A byte that is not part of a valid sequence counts as one.
 size_t unicodeScalarCount(std::string_view utf8);

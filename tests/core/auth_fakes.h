@@ -120,14 +120,11 @@ struct AuthHarness {
         return send(std::move(body));
     }
 
-    // The details the bridge sent, taken back out of the scripts' JSON literals.
+    // The details the bridge sent, as the result calls carry them.
     std::vector<nlohmann::json> results() const {
         std::vector<nlohmann::json> details;
-        const std::string prefix = authResultScript({}, "").substr(0, authResultScript({}, "").find("})(") + 3);
-        for (const auto& script : webView.scripts) {
-            if (script.rfind(prefix, 0) != 0) continue;
-            const std::string arguments = script.substr(prefix.size(), script.size() - prefix.size() - 2);
-            details.push_back(nlohmann::json::parse("[" + arguments + "]").at(0));
+        for (const auto& call : webView.calls) {
+            if (call.functionBody == authResultScript) details.push_back(call.arguments.at("detail"));
         }
         return details;
     }

@@ -45,11 +45,16 @@ protected:
         for (const auto& event : h.deliveredEvents()) types.push_back(event["type"]);
         return types;
     }
-    size_t countScripts(const std::string& needle) const {
-        size_t count = 0;
-        for (const auto& script : h.webView.scripts) count += script.find(needle) != std::string::npos;
-        return count;
+    // The results the export bridge sent the page.
+    std::vector<nlohmann::json> exportResults() const {
+        std::vector<nlohmann::json> results;
+        for (const auto& call : h.webView.calls) {
+            if (call.functionBody == exportResultScript) results.push_back(call.arguments.at("result"));
+        }
+        return results;
     }
+    const std::vector<nlohmann::json> oneCanceledExport{
+        {{"requestId", testing::exportRequestId}, {"status", "canceled"}}};
 
     testing::CompanionHarness h;
 };
@@ -152,7 +157,7 @@ TEST_F(CompanionServicesTest, TerminatingEndsTheBridgesAndReleasesKeyRecorderAnd
     h.hotKeys.calls.clear();
     h.companion->applicationWillTerminate();
     EXPECT_EQ(h.savePanel.cancels, 1);
-    EXPECT_EQ(countScripts("\"canceled\""), 1u);
+    EXPECT_EQ(exportResults(), oneCanceledExport);
     EXPECT_FALSE(h.keyRecorder.installed());
     EXPECT_EQ(h.hotKeys.calls, std::vector<std::string>{"remove"});  // released when recording began
 }
@@ -213,8 +218,7 @@ TEST_F(CompanionServicesTest, ExportIsServedFirstAndEndsWithTheNextNavigation) {
     ASSERT_EQ(h.savePanel.sheets.size(), 1u);
     h.companion->didStartProvisionalNavigation();
     EXPECT_EQ(h.savePanel.cancels, 1);
-    EXPECT_EQ(countScripts("brisel:export-result"), 1u);
-    EXPECT_EQ(countScripts("\"canceled\""), 1u);
+    EXPECT_EQ(exportResults(), oneCanceledExport);
 }
 
 TEST_F(CompanionServicesTest, SignInEndsWithThePanelAndBillingNeedsTheSignInBridgesTrust) {
@@ -236,6 +240,18 @@ TEST_F(CompanionServicesTest, SignInEndsWithThePanelAndBillingNeedsTheSignInBrid
     EXPECT_TRUE(h.workspace.opened.empty());
     post({{"action", "openBilling"}, {"url", billing}});
     EXPECT_EQ(h.workspace.opened, std::vector<std::string>{billing});
+}
+
+TEST_F(CompanionServicesTest, SignInWithoutThePanelsWindowFails) {
+    h.configuration = JsonConfigurationValues(testing::signInConfiguration());
+    launchAndLoad();
+    h.panel.window = false;
+    post({{"action", "authenticate"}, {"requestId", testing::firstRequest}, {"provider", "apple.com"},
+          {"nonce", testing::validNonce}});
+    EXPECT_TRUE(h.apple.requests.empty());
+    ASSERT_EQ(h.webView.calls.size(), 1u);
+    EXPECT_EQ(h.webView.calls[0].arguments.at("detail"),
+              (nlohmann::json{{"requestId", testing::firstRequest}, {"provider", "apple.com"}, {"error", "failed"}}));
 }
 
 TEST_F(CompanionServicesTest, GoogleRedirectsReachTheLibraryOnlyThroughTheBridge) {

@@ -174,6 +174,11 @@ TEST(KindleCopyVerificationRefusals, BytesThatAreNotUTF8) {
     expectRefused("Some \xFF passage.\n\n" + citation);
     expectRefused("\xFE" + passage + "\n\n" + citation);
     expectRefused(passage + "\xC0\xAF\n\n" + citation);
+    // An unpaired surrogate on the clipboard reaches core in its three-byte form: refused, not
+    // delivered altered. A NUL inside is text like any other.
+    expectRefused("Some \xED\xB0\x80 passage.\n\n" + citation);
+    expectCopy(std::string("Some\0passage.", 13) + "\n\n" + citation, std::string("Some\0passage.", 13), "A Title",
+               "p. 12");
     expectRefused(copyWithCitation("Doe, Jane. A \xED\xA0\x80Title (p. 12). Kindle Edition."));
     expectRefused(copyWithCitation("Doe, Jane. A Title (p. 12). Kindle Edition.\xE3\x80"));
     expectRefused(copyWithCitation("Doe, Jane. A Title (p. 12). Kindle Edition.") + "\n\xF4\x90\x80\x80");

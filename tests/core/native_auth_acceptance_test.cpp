@@ -75,7 +75,7 @@ TEST(NativeAuthAcceptance, RefusesAPageThatNavigatedAway) {
         EXPECT_FALSE(h.authenticate("apple.com")) << "left to the channel, which drops it too";
     }
     EXPECT_TRUE(h.apple.requests.empty());
-    EXPECT_TRUE(h.webView.scripts.empty());
+    EXPECT_TRUE(h.webView.calls.empty());
 }
 
 TEST(NativeAuthAcceptance, ServesTheLocalPageOnATestsOwnPort) {
@@ -105,7 +105,7 @@ TEST(NativeAuthAcceptance, LeavesOtherMessagesToTheChannel) {
     EXPECT_FALSE(h.send(nlohmann::json::array({"authenticate"})));
     EXPECT_FALSE(h.send("authenticate"));
     EXPECT_FALSE(h.send({{"action", "Authenticate"}})) << "actions are case-sensitive";
-    EXPECT_TRUE(h.webView.scripts.empty());
+    EXPECT_TRUE(h.webView.calls.empty());
 }
 
 }  // namespace

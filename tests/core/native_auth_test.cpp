@@ -34,7 +34,7 @@ TEST(NativeAuthBridge, MalformedRequestsAreConsumedAndAnsweredByNothing) {
     EXPECT_TRUE(h.send({{"action", "authenticate"}, {"requestId", firstRequest}, {"provider", true}}));
     EXPECT_TRUE(h.send({{"action", "cancelAuth"}}));
     EXPECT_TRUE(h.send({{"action", "cancelAuth"}, {"requestId", 1}}));
-    EXPECT_TRUE(h.webView.scripts.empty());
+    EXPECT_TRUE(h.webView.calls.empty());
     EXPECT_FALSE(h.auth->pending());
     EXPECT_EQ(h.anchorCalls, 0);
 }
@@ -213,19 +213,19 @@ TEST(NativeAuthBridge, ResultsReachOnlyTheLocalPage) {
     h.authenticate(apple, firstRequest);
     h.webView.url = "https://auth.brisel.app/";
     h.apple.succeed(0);
-    EXPECT_TRUE(h.webView.scripts.empty());
+    EXPECT_TRUE(h.webView.calls.empty());
     EXPECT_FALSE(h.auth->pending()) << "the request is over even though nobody heard of it";
 
     h.webView.url = "http://127.0.0.1:47831/";
     h.authenticate(apple, secondRequest);
     h.webViewAlive = false;
     h.apple.succeed(1);
-    EXPECT_TRUE(h.webView.scripts.empty());
+    EXPECT_TRUE(h.webView.calls.empty());
 
     h.webViewAlive = true;
     h.webView.url = std::nullopt;
     h.authenticate(apple, firstRequest);
-    EXPECT_TRUE(h.webView.scripts.empty());
+    EXPECT_TRUE(h.webView.calls.empty());
 }
 
 TEST(NativeAuthBridge, ResultsNeverCarryAnErrorAndATokenTogether) {

@@ -12,6 +12,7 @@
 #include "platform/process_launcher.h"
 #include "platform/web_view_port.h"
 #include "platform/workspace_port.h"
+#include "fakes/page_script_runner.h"
 
 namespace brisel::testing {
 
@@ -72,6 +73,7 @@ public:
     bool visible = false;
     Rect currentFrame;
     std::optional<PanelConfiguration> configuration;
+    bool window = false;  // built by `configure`; a test may take it away
     std::optional<std::string> startupLabel;
     bool controlsHidden = true;
     bool key = false;
@@ -86,9 +88,11 @@ public:
 
     void configure(const PanelConfiguration& c) override {
         configuration = c;
+        window = true;
         currentFrame = c.frame;
         startupLabel = c.startupLabel;
     }
+    bool hasWindow() const override { return window; }
     std::vector<Screen> screens() const override { return screenList; }
     std::optional<Screen> mainScreen() const override {
         if (screenList.empty()) return std::nullopt;
@@ -127,13 +131,14 @@ public:
     void setControlsHidden(bool hidden) override { controlsHidden = hidden; }
 };
 
-// Records loads and scripts; scripts succeed unless `scriptError` is set, and return
-// `scriptResult`.
+// Records loads, scripts and async calls; scripts succeed unless `scriptError` is set, and
+// return `scriptResult`.
 class FakeWebView final : public WebViewPort {
 public:
     std::vector<std::string> loads;
     std::optional<Duration> loadTimeout;  // of the last load
     std::vector<std::string> scripts;
+    std::vector<AsyncCall> calls;
     std::optional<std::string> url;
     std::optional<WebError> scriptError;
     std::optional<std::string> scriptResult;
@@ -148,6 +153,9 @@ public:
     void evaluate(const std::string& script, std::function<void(ScriptResult)> completion) override {
         scripts.push_back(script);
         completion({scriptError, scriptResult});
+    }
+    void callAsyncFunction(const std::string& functionBody, const nlohmann::json& arguments) override {
+        calls.push_back({functionBody, arguments});
     }
 };
 

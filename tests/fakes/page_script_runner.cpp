@@ -63,12 +63,23 @@ input.scripts.forEach((source, index) => {
     report.scriptErrors.push(describe(error));
   }
 });
-setImmediate(() => {
+const AsyncFunction = (async () => {}).constructor;
+(async () => {
+  for (const call of input.calls) {
+    const names = Object.keys(call.arguments);
+    try {
+      await new AsyncFunction(...names, call.functionBody)(...names.map((name) => call.arguments[name]));
+      report.scriptErrors.push(null);
+    } catch (error) {
+      report.scriptErrors.push(describe(error));
+    }
+  }
+})().then(() => setImmediate(() => {
   if (input.probe) {
     try { report.probe = copy(vm.runInThisContext(input.probe)); } catch (error) { report.probeError = describe(error); }
   }
   process.stdout.write(JSON.stringify(report));
-});
+}));
 )JS";
 
 std::string nodeExecutable() {
@@ -138,17 +149,7 @@ bool exchange(Pipe& in, Pipe& out, Pipe& err, const std::string& input, std::str
     return true;
 }
 
-}  // namespace
-
-std::vector<json> PageRun::details(const std::string& type) const {
-    std::vector<json> found;
-    for (const auto& event : received) {
-        if (event.value("type", "") == type) found.push_back(event["detail"]);
-    }
-    return found;
-}
-
-PageRun runPageScripts(const std::vector<std::string>& scripts, const PageSetup& setup) {
+PageRun runPage(const std::vector<std::string>& scripts, const std::vector<AsyncCall>& calls, const PageSetup& setup) {
     PageRun run;
     // A child that dies early must not take the test process with it through SIGPIPE.
     static const bool ignoringBrokenPipes = [] { return ::signal(SIGPIPE, SIG_IGN) != SIG_ERR; }();
@@ -156,7 +157,15 @@ PageRun runPageScripts(const std::vector<std::string>& scripts, const PageSetup&
 
     std::string input;
     try {
-        input = json{{"origin", setup.origin}, {"listenFor", setup.listenFor}, {"scripts", scripts}, {"probe", setup.probe}}
+        json callList = json::array();
+        for (const AsyncCall& call : calls) {
+            callList.push_back({{"functionBody", call.functionBody}, {"arguments", call.arguments}});
+        }
+        input = json{{"origin", setup.origin},
+                     {"listenFor", setup.listenFor},
+                     {"scripts", scripts},
+                     {"calls", callList},
+                     {"probe", setup.probe}}
                     .dump(-1, ' ', true);
     } catch (const json::exception& error) {
         run.failure = std::string("the scripts are not UTF-8: ") + error.what();
@@ -228,6 +237,24 @@ PageRun runPageScripts(const std::vector<std::string>& scripts, const PageSetup&
     }
     if (report.contains("probeError")) run.failure += "probe error: " + report["probeError"].get<std::string>();
     return run;
+}
+
+}  // namespace
+
+PageRun runPageScripts(const std::vector<std::string>& scripts, const PageSetup& setup) {
+    return runPage(scripts, {}, setup);
+}
+
+PageRun runPageCalls(const std::vector<AsyncCall>& calls, const PageSetup& setup) {
+    return runPage({}, calls, setup);
+}
+
+std::vector<json> PageRun::details(const std::string& type) const {
+    std::vector<json> found;
+    for (const auto& event : received) {
+        if (event.value("type", "") == type) found.push_back(event["detail"]);
+    }
+    return found;
 }
 
 }  // namespace brisel::testing

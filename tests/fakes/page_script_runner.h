@@ -33,9 +33,20 @@ struct PageRun {
     std::vector<nlohmann::json> details(const std::string& type) const;
 };
 
+// One call of the web view port's callAsyncFunction.
+struct AsyncCall {
+    std::string functionBody;
+    nlohmann::json arguments;
+};
+
 // Runs `scripts` one after the other, each as its own script (as a web view evaluates them),
 // in one fresh page in a real JavaScript engine (node; $BRISEL_NODE or `node` on the PATH).
 // Listener errors and script errors are reported, never thrown.
 PageRun runPageScripts(const std::vector<std::string>& scripts, const PageSetup& setup = {});
+
+// Makes `calls` one after the other in one fresh page, as WebKit's callAsyncJavaScript does: each
+// body becomes an async function whose parameters are its arguments' names, called with their
+// values. A call's error (thrown or rejected) is reported in `scriptErrors`.
+PageRun runPageCalls(const std::vector<AsyncCall>& calls, const PageSetup& setup = {});
 
 }  // namespace brisel::testing

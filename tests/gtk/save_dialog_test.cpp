@@ -19,7 +19,7 @@ protected:
 
     SaveSheetOptions zipSheet() const {
         SaveSheetOptions options;
-        options.allowedContentTypes = {"public.zip"};
+        options.allowedContentTypes = {SaveContentType::zipArchive};
         options.suggestedFileName = "Brisel-20250101T093000Z.zip";
         options.canCreateDirectories = false;
         options.title = "Markdownを書き出す";

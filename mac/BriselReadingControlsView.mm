@@ -1,4 +1,4 @@
-#import "ReadingControlsView.h"
+#import "BriselReadingControlsView.h"
 
 #include "ButtonLook.h"
 #include "Conversions.h"
@@ -48,6 +48,8 @@ NSFont* captionMonospacedFont() {
 
 }  // namespace
 
+NSString* const BriselReadingControlsForceOpaqueKey = @"briselReadingControlsForceOpaque";
+
 // The label row inside a button. Clicks pass through it to the button.
 @interface ReadingControlsButtonContent : NSStackView
 @end
@@ -60,7 +62,7 @@ NSFont* captionMonospacedFont() {
 
 @end
 
-@implementation ReadingControlsView {
+@implementation BriselReadingControlsView {
     brisel::BriselReadingControlsModel* _model;
     NSStackView* _content;
     NSStackView* _buttons;
@@ -123,9 +125,13 @@ NSFont* captionMonospacedFont() {
     NSLayoutConstraint* fullWidth = [_content.widthAnchor constraintEqualToAnchor:self.widthAnchor
                                                                          constant:-2 * horizontalPadding];
     fullWidth.priority = NSLayoutPriorityDefaultHigh;
+    // The strip is as tall as its content with its padding, except while the panel collapses it.
+    NSLayoutConstraint* contentBottom = [_content.bottomAnchor constraintEqualToAnchor:self.bottomAnchor
+                                                                              constant:-verticalPadding];
+    contentBottom.priority = NSLayoutPriorityRequired - 1;
     [NSLayoutConstraint activateConstraints:@[
         [_content.topAnchor constraintEqualToAnchor:self.topAnchor constant:verticalPadding],
-        [_content.bottomAnchor constraintEqualToAnchor:self.bottomAnchor constant:-verticalPadding],
+        contentBottom,
         [_content.centerXAnchor constraintEqualToAnchor:self.centerXAnchor],
         [_content.widthAnchor constraintLessThanOrEqualToConstant:maximumWidth],
         [_content.leadingAnchor constraintGreaterThanOrEqualToAnchor:self.leadingAnchor constant:horizontalPadding],
@@ -133,7 +139,7 @@ NSFont* captionMonospacedFont() {
         [_status.widthAnchor constraintEqualToAnchor:_content.widthAnchor],
     ]];
 
-    __weak ReadingControlsView* weakSelf = self;
+    __weak BriselReadingControlsView* weakSelf = self;
     model.onChange = [weakSelf] { [weakSelf refresh]; };
     _displayOptions = brisel::mac::observeDisplayOptions(^{
       [weakSelf applyLook];
@@ -144,6 +150,12 @@ NSFont* captionMonospacedFont() {
 
 - (void)dealloc {
     brisel::mac::stopObservingDisplayOptions(_displayOptions);
+}
+
+- (void)setBriselReadingControlsForceOpaque:(BOOL)forceOpaque {
+    if (_briselReadingControlsForceOpaque == forceOpaque) return;
+    _briselReadingControlsForceOpaque = forceOpaque;
+    [self applyLook];
 }
 
 - (NSButton*)buttonWithContent:(NSArray<NSView*>*)views action:(SEL)action {
@@ -167,9 +179,10 @@ NSFont* captionMonospacedFont() {
     return button;
 }
 
-// Glass in a glass container, or bordered buttons; again whenever reduce transparency changes.
+// Glass in a glass container, or bordered buttons; again whenever reduce transparency or the
+// host's choice changes.
 - (void)applyLook {
-    const bool glass = brisel::mac::usesGlass();
+    const bool glass = brisel::mac::usesGlass(_briselReadingControlsForceOpaque);
     brisel::mac::applyButtonLook(_save, glass, NSBezelStyleFlexiblePush, accentColor());
     brisel::mac::applyButtonLook(_close, glass, NSBezelStyleFlexiblePush);
     _buttons.spacing = glass ? 8 : 12;

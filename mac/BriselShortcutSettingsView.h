@@ -8,7 +8,7 @@
 // The content of "Briselの設定": core's shortcut settings form, drawn in AppKit and redrawn on
 // every change of the settings. Its buttons call the settings; leaving or closing its window
 // ends a recording.
-@interface ShortcutSettingsView : NSView
+@interface BriselShortcutSettingsView : NSView
 
 - (instancetype)initWithLayout:(const brisel::KeyboardLayoutPort&)layout NS_DESIGNATED_INITIALIZER;
 - (instancetype)initWithFrame:(NSRect)frame NS_UNAVAILABLE;

@@ -1,4 +1,4 @@
-#import "ShortcutSettingsView.h"
+#import "BriselShortcutSettingsView.h"
 
 #include <array>
 #include <memory>
@@ -47,7 +47,7 @@ NSStackView* verticalStack(NSArray<NSView*>* views, CGFloat spacing) {
 
 }  // namespace
 
-@implementation ShortcutSettingsView {
+@implementation BriselShortcutSettingsView {
     const brisel::KeyboardLayoutPort* _layout;
     brisel::BriselShortcutSettings* _settings;
     brisel::BriselShortcutSettings::ObserverID _observer;
@@ -152,7 +152,7 @@ NSStackView* verticalStack(NSArray<NSView*>* views, CGFloat spacing) {
         [view.widthAnchor constraintEqualToConstant:contentWidth].active = YES;
     }
 
-    __weak ShortcutSettingsView* weakSelf = self;
+    __weak BriselShortcutSettingsView* weakSelf = self;
     _displayOptions = brisel::mac::observeDisplayOptions(^{
       [weakSelf applyLook];
     });
@@ -170,7 +170,7 @@ NSStackView* verticalStack(NSArray<NSView*>* views, CGFloat spacing) {
     if (brisel::BriselShortcutSettings* previous = [self liveSettings]) previous->removeObserver(_observer);
     auto token = std::make_shared<bool>(true);
     _observing = token;
-    __weak ShortcutSettingsView* weakSelf = self;
+    __weak BriselShortcutSettingsView* weakSelf = self;
     _observer = settings.addObserver([weakSelf, token] { [weakSelf refresh]; });
     _settings = &settings;
     [self refresh];
