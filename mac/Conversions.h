@@ -23,7 +23,7 @@ static_assert(sizeof(unichar) == sizeof(char16_t));
 // survives the trip: U+0000 inside it, and unpaired surrogates too (core holds those in a form it
 // never takes for UTF-8). Bytes from core that are not UTF-8 arrive as U+FFFD.
 inline NSString* nsString(std::string_view text) {
-    const std::u16string units = utf16FromUTF8(text);
+    const std::u16string units = utf16FromWTF8(text);
     return [NSString stringWithCharacters:reinterpret_cast<const unichar*>(units.data())
                                    length:units.size()];
 }
@@ -31,7 +31,7 @@ inline NSString* nsString(std::string_view text) {
 inline std::string stdString(NSString* text) {
     std::u16string units(text.length, u'\0');
     [text getCharacters:reinterpret_cast<unichar*>(units.data()) range:NSMakeRange(0, units.size())];
-    return utf8FromUTF16(units);
+    return wtf8FromUTF16(units);
 }
 
 inline std::optional<std::string> optionalString(NSString* text) {

@@ -150,7 +150,7 @@ std::optional<std::string> readTrimmedSetting(const std::filesystem::path& path)
     return trimWhitespaceAndNewlines(*text);
 }
 
-std::string utf8FromUTF16(std::u16string_view utf16) {
+std::string wtf8FromUTF16(std::u16string_view utf16) {
     std::string utf8;
     utf8.reserve(utf16.size());
     for (size_t i = 0; i < utf16.size(); ++i) {
@@ -164,7 +164,7 @@ std::string utf8FromUTF16(std::u16string_view utf16) {
     return utf8;
 }
 
-std::u16string utf16FromUTF8(std::string_view utf8) {
+std::u16string utf16FromWTF8(std::string_view utf8) {
     std::u16string utf16;
     utf16.reserve(utf8.size());
     char32_t scalar = 0;

@@ -33,10 +33,10 @@ std::optional<std::string> readTrimmedSetting(const std::filesystem::path& path)
 // surrogate takes the three-byte form of its code point (ED A0 80 to ED BF BF, the generalised
 // UTF-8 known as WTF-8). That form is not UTF-8, so core's checks (`isValidUTF8`, the Kindle copy
 // verification, the native-event serialiser) refuse such text instead of passing it on altered.
-std::string utf8FromUTF16(std::u16string_view utf16);
+std::string wtf8FromUTF16(std::u16string_view utf16);
 // The way back. A byte that is neither UTF-8 nor that three-byte form becomes U+FFFD, one for
 // each such byte.
-std::u16string utf16FromUTF8(std::string_view utf8);
+std::u16string utf16FromWTF8(std::string_view utf8);
 
 // Unicode scalar values in UTF-8 text, the unit of the passage length limit (an emoji made of
 // several scalars counts as several). A byte that is not part of a valid sequence counts as one.

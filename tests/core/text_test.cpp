@@ -45,8 +45,8 @@ TEST(Text, ConvertsUTF16ToUTF8AndBackWithoutLoss) {
         {u"\xD83D\xD83D\xDCDA", "\xED\xA0\xBD\xF0\x9F\x93\x9A"},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(utf8FromUTF16(c.utf16), c.utf8) << c.utf8;
-        EXPECT_EQ(utf16FromUTF8(c.utf8), c.utf16) << c.utf8;
+        EXPECT_EQ(wtf8FromUTF16(c.utf16), c.utf8) << c.utf8;
+        EXPECT_EQ(utf16FromWTF8(c.utf8), c.utf16) << c.utf8;
     }
 }
 
@@ -61,7 +61,7 @@ TEST(Text, ConvertsBytesThatAreNotUTF8ToOneReplacementCharacterEach) {
         {"\xE3\x81", u"\uFFFD\uFFFD"},                // cut short
         {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},  // beyond U+10FFFF
     };
-    for (const Case& c : cases) EXPECT_EQ(utf16FromUTF8(c.utf8), c.utf16) << c.utf8;
+    for (const Case& c : cases) EXPECT_EQ(utf16FromWTF8(c.utf8), c.utf16) << c.utf8;
 }
 
 TEST(Text, FindsNulAndEveryKindOfLineBreak) {
