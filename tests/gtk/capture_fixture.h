@@ -78,8 +78,11 @@ protected:
             end = std::min(how.find(' ', start), how.size());
             command.push_back(how.substr(start, end - start));
         }
+        auto previous = std::move(userClipboard);
         userClipboard = std::make_unique<ChildProcess>(command);
         ASSERT_EQ(userClipboard->readLine(), "owned");
+        // The previous owner ends by itself once it has lost the clipboard.
+        if (previous) EXPECT_TRUE(previous->exits());
     }
 
     static Window clipboardOwner() {

@@ -84,8 +84,8 @@ TEST_F(CaptureEndToEnd, RandomCapturesEachReachThePageOnceAndKeepTheClipboardRul
             ASSERT_FALSE(lineFromKindle("copied").empty());
             EXPECT_EQ(clipboardTarget("UTF8_STRING"), stand_in::interference);
         } else {
-            ASSERT_TRUE(outcome->selection) << *outcome->error;
-            EXPECT_EQ((*outcome->selection)["text"], stand_in::passage);
+            EXPECT_TRUE(outcome->selection) << *outcome->error;
+            if (outcome->selection) EXPECT_EQ((*outcome->selection)["text"], stand_in::passage);
             EXPECT_EQ(clipboard(), usersClipboard());
         }
         // Exactly one outcome: nothing more arrived while the clipboard was checked.
