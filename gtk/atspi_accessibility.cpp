@@ -17,6 +17,10 @@ constexpr int32_t failure = -25200;  // AXError's generic failure
 // Calls to the local daemons (the session bus, the accessibility bus, its registry); the first
 // one may wait for the accessibility bus to be started.
 constexpr gint daemonTimeoutMs = 3000;
+// Each call of the search for an application's element: the registry lists what it has and the
+// bus tells who owns a connection, without asking any application. The search runs within
+// the capture's own time limit, so no call may take a large part of it.
+constexpr gint applicationLookupTimeoutMs = 250;
 // What an element's calls may take until core caps them.
 constexpr gint defaultElementTimeoutMs = 6000;
 
@@ -230,7 +234,7 @@ AccessibilityElement AtspiAccessibility::applicationElement(int32_t processID) {
     if (!bus) return {};
     // The registry's children are the applications, one per bus connection.
     const Variant applications = call(bus.get(), "org.a11y.atspi.Registry", rootPath, accessibleInterface,
-                                      "GetChildren", nullptr, "(a(so))", daemonTimeoutMs);
+                                      "GetChildren", nullptr, "(a(so))", applicationLookupTimeoutMs);
     if (!applications) return {};
     GVariantIter* iterator = nullptr;
     g_variant_get(applications.get(), "(a(so))", &iterator);
@@ -239,7 +243,8 @@ AccessibilityElement AtspiAccessibility::applicationElement(int32_t processID) {
     AccessibilityElement found;
     while (!found && g_variant_iter_next(iterator, "(&s&o)", &name, &path)) {
         const Variant owner = call(bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                   "GetConnectionUnixProcessID", g_variant_new("(s)", name), "(u)", daemonTimeoutMs);
+                                   "GetConnectionUnixProcessID", g_variant_new("(s)", name), "(u)",
+                                   applicationLookupTimeoutMs);
         guint32 ownerID = 0;
         if (owner) g_variant_get(owner.get(), "(u)", &ownerID);
         // An application's own root object is its application element, whatever object the

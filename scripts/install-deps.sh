@@ -7,7 +7,7 @@ set -euo pipefail
 run_packages=(cmake ninja-build g++ pkg-config nlohmann-json3-dev libcurl4-openssl-dev libicu-dev libssl-dev
               libgtk-3-dev libwebkit2gtk-4.1-dev libx11-xcb-dev libxfixes-dev libxkbcommon-x11-dev libatspi2.0-dev xvfb xauth
               fonts-noto-cjk)
-test_packages=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev libxtst-dev x11-xkb-utils xkb-data dbus-daemon at-spi2-core)
+test_packages=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev libxtst-dev x11-xkb-utils xkb-data dbus-daemon at-spi2-core openbox)
 
 packages=("${run_packages[@]}")
 [ "${1:-run}" = test ] && packages+=("${test_packages[@]}")

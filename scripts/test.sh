@@ -30,8 +30,9 @@ case "$mode" in
     ;;
   bench)
     cmake --preset default >/dev/null
-    cmake --build --preset default --target brisel_benchmarks
+    cmake --build --preset default --target brisel_benchmarks brisel_capture_bench
     build/default/bench/brisel_benchmarks
+    tests/e2e/desktop_session.sh build/default/bench/brisel_capture_bench
     ;;
   *)
     echo "usage: scripts/test.sh [asan|fuzz|bench]" >&2

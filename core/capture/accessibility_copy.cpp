@@ -60,9 +60,12 @@ std::optional<AccessibilityElement> findCopyControl(AccessibilityPort& accessibi
 
 std::optional<AccessibilityElement> searchKindleForCopyControl(AccessibilityPort& accessibility, int32_t processID,
                                                                const NowFunction& now) {
-    const AccessibilityElement application = accessibility.applicationElement(processID);
-    accessibility.setMessagingTimeout(application, names::messagingTimeout);
+    // Finding Kindle's application may itself take round trips (AT-SPI lists the applications
+    // on its bus): they count against the same time limit.
     const Clock::time_point deadline = now() + names::searchTimeLimit;
+    const AccessibilityElement application = accessibility.applicationElement(processID);
+    if (now() >= deadline) return std::nullopt;
+    accessibility.setMessagingTimeout(application, names::messagingTimeout);
     if (const auto window = elementAttribute(accessibility, application, names::focusedWindow)) {
         if (auto control = findCopyControl(accessibility, *window, deadline, now)) return control;
     }

@@ -222,6 +222,15 @@ TEST_F(AccessibilityCopyTest, TheMenuBarSharesTheWindowsDeadline) {
     for (const auto& read : accessibility.reads()) EXPECT_NE(read, "Kindle.AXMenuBar");
 }
 
+TEST_F(AccessibilityCopyTest, FindingKindlesApplicationCountsAgainstTheDeadline) {
+    const auto tree = FakeKindleTree::make({.toolbarCopy = true});
+    accessibility.applications[501] = tree.application;
+    for (const auto& [lookup, found] : {std::pair{Duration(1700), true}, std::pair{Duration(1800), false}}) {
+        accessibility.onApplicationLookup = [this, lookup] { now += lookup; };
+        EXPECT_EQ(searchKindleForCopyControl(accessibility, 501, clock()).has_value(), found) << lookup.count();
+    }
+}
+
 TEST_F(AccessibilityCopyTest, ChildrenThatCannotBeReadAreSkipped) {
     auto root = axNode("AXGroup", "root");
     auto broken = axNode("AXGroup", "broken");

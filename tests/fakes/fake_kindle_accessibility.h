@@ -67,6 +67,7 @@ public:
     std::map<int32_t, FakeAXNodePtr> applications;
     bool trusted = true;
     std::function<void()> onRead;  // runs at every attribute read (a slow Kindle, say)
+    std::function<void()> onApplicationLookup;  // runs when an application element is asked for
 
     bool isProcessTrusted(bool prompt) override {
         std::lock_guard guard(mutex_);
@@ -75,6 +76,7 @@ public:
     }
 
     AccessibilityElement applicationElement(int32_t processID) override {
+        if (onApplicationLookup) onApplicationLookup();
         const auto found = applications.find(processID);
         // Like AXUIElementCreateApplication, any process identifier gives an element.
         return axElement(found == applications.end() ? std::make_shared<FakeAXNode>() : found->second);

@@ -116,5 +116,17 @@ TEST_F(AtspiAccessibilityTest, APressTheApplicationNeverAnswersIsUnconfirmedWith
     EXPECT_LT(elapsed, 1s);
 }
 
+TEST_F(AtspiAccessibilityTest, TheSearchOfAnApplicationThatDoesNotAnswerEndsWithinTheSearchTimeLimit) {
+    ASSERT_TRUE(readerApplication());
+    kill(reader->pid(), SIGSTOP);
+    const auto start = std::chrono::steady_clock::now();
+    const auto control = searchKindleForCopyControl(accessibility, reader->pid(), now);
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    kill(reader->pid(), SIGCONT);
+    EXPECT_FALSE(control);
+    // The time limit, and at most one call's time-out past it.
+    EXPECT_LT(elapsed, accessibility_copy::searchTimeLimit + 250ms);
+}
+
 }  // namespace
 }  // namespace brisel::gtk

@@ -13,7 +13,8 @@
 
 namespace brisel::gtk::testing {
 
-// A program a test starts, with its standard output on a pipe; killed and reaped at the end.
+// A program a test starts, with its standard input and output on pipes; killed and reaped at
+// the end.
 // Waiting for its output keeps the main loop running, since it may be waiting on us (for the
 // clipboard we own, say).
 class ChildProcess {
@@ -24,13 +25,23 @@ public:
         argv.push_back(nullptr);
         g_spawn_async_with_pipes(nullptr, argv.data(), nullptr,
                                  static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), nullptr,
-                                 nullptr, &pid_, nullptr, &output_, nullptr, nullptr);
+                                 nullptr, &pid_, &input_, &output_, nullptr, nullptr);
     }
     ~ChildProcess() { stop(); }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     int32_t pid() const { return pid_; }
+
+    // Sends it one line on its standard input.
+    void writeLine(const std::string& line) {
+        const std::string text = line + "\n";
+        for (size_t done = 0; done < text.size();) {
+            const ssize_t count = ::write(input_, text.data() + done, text.size() - done);
+            if (count <= 0) return;
+            done += static_cast<size_t>(count);
+        }
+    }
 
     // The next line it writes; empty when none comes within `limit`.
     std::string readLine(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
@@ -71,7 +82,9 @@ public:
             pid_ = 0;
         }
         if (output_ >= 0) close(output_);
+        if (input_ >= 0) close(input_);
         output_ = -1;
+        input_ = -1;
     }
 
 private:
@@ -91,6 +104,7 @@ private:
     }
 
     GPid pid_ = 0;
+    int input_ = -1;
     int output_ = -1;
     std::string buffer_;
 };

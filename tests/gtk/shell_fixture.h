@@ -1,0 +1,115 @@
+#pragma once
+// Google Test first: Xlib defines None, which Google Test uses as a name.
+#include <gtest/gtest.h>
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <gdk/gdkx.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "fakes/temp_dir.h"
+#include "gtk/main_loop.h"
+#include "physical_key_codes.h"
+#include "shell.h"
+
+// The whole Linux shell in the test's process, with the bridge console page loaded from the
+// page server that the companion launches from the bundle, and what the page received.
+namespace brisel::gtk::testing {
+
+using nlohmann::json;
+
+inline int freePort() {
+    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
+    ::close(socket);
+    return ntohs(address.sin_port);
+}
+
+// A key combination typed on the X server's keyboard, as the user would type it.
+inline void typeOnKeyboard(std::initializer_list<KeySym> modifiers, uint32_t macKeyCode) {
+    Display* display = GDK_DISPLAY_XDISPLAY(gdk_display_get_default());
+    for (KeySym modifier : modifiers) XTestFakeKeyEvent(display, XKeysymToKeycode(display, modifier), True, 0);
+    const unsigned key = *x11KeyCode(macKeyCode);
+    XTestFakeKeyEvent(display, key, True, 0);
+    XTestFakeKeyEvent(display, key, False, 0);
+    for (KeySym modifier : modifiers) XTestFakeKeyEvent(display, XKeysymToKeycode(display, modifier), False, 0);
+    XFlush(display);
+}
+
+class ShellEndToEnd : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { g_setenv("GSETTINGS_BACKEND", "memory", TRUE); }
+
+    ShellEndToEnd()
+        : localURL("http://127.0.0.1:" + std::to_string(freePort())),
+          shell(localURL, {std::filesystem::path(BRISEL_BUNDLE_RESOURCES), home / "state", home / "config"}) {
+        shell.companion().applicationDidFinishLaunching();
+        EXPECT_TRUE(main_loop::runUntil([&] { return shell.companion().pageReady() && consoleStarted(); }, 30000))
+            << "the console page did not load from " << localURL;
+    }
+    ~ShellEndToEnd() override { shell.companion().applicationWillTerminate(); }
+
+    // Runs `expression` in the page and returns its value through JSON.
+    json page(const std::string& expression) {
+        std::optional<ScriptResult> answer;
+        shell.webView().evaluate("JSON.stringify(" + expression + ")",
+                                 [&](ScriptResult result) { answer = std::move(result); });
+        main_loop::runUntil([&] { return answer.has_value(); });
+        if (!answer || !answer->stringValue) return nullptr;
+        return json::parse(*answer->stringValue, nullptr, false);
+    }
+    bool consoleStarted() { return page("typeof window.briselConsole === 'object'") == true; }
+    void click(const std::string& id) {
+        ASSERT_EQ(page("(() => { const e = document.getElementById('" + id + "'); e?.click(); return !!e; })()"), true)
+            << id;
+    }
+
+    json received(const std::string& name) {
+        json found = json::array();
+        for (const auto& event : page("window.briselConsole.events")) {
+            if (event["name"] == name) found.push_back(event["detail"]);
+        }
+        return found;
+    }
+    json nativeEvents(const std::string& type) {
+        json found = json::array();
+        for (const auto& detail : received("omvane:native")) {
+            if (detail["type"] == type) found.push_back(detail);
+        }
+        return found;
+    }
+    std::vector<std::string> statusErrors() {
+        std::vector<std::string> errors;
+        for (const auto& status : nativeEvents("status")) {
+            if (status.contains("error")) errors.push_back(status["error"]);
+        }
+        return errors;
+    }
+    size_t statusCount() { return nativeEvents("status").size(); }
+    // Waits until `count` of the page's record reaches `expected`.
+    bool waitFor(const std::function<size_t()>& count, size_t expected) {
+        return main_loop::runUntil([&] { return count() >= expected; }, 10000);
+    }
+
+    brisel::testing::TempDir home;
+    std::string localURL;
+    Shell shell;
+};
+
+}  // namespace brisel::gtk::testing
