@@ -3,10 +3,12 @@
 #
 # Plants the faults listed in scripts/mutants.txt one at a time, rebuilds incrementally in its
 # own build folder (build/mutants, the default preset, with ccache), runs the whole default test
-# suite, and puts the file back. A fault is "killed" when a test fails or the run exceeds its
-# time-out (a hang), "survived" when every test passes, and "does not build" when it breaks the
-# build; those last are left out of the score. Not part of CI: a full run takes half an hour
-# or more on two cores.
+# suite, and puts the file back. A fault is "killed" when a test fails with it (twice) and passes
+# without it, or when the run exceeds its time-out (a hang); "survived" when every test passes;
+# "does not build" when it breaks the build, and "undecided" when the only failures were of
+# tests that fail without the fault too: those two are left out of the score. The tree is put
+# back on exit and on interrupt, and a file a killed run left behind is put back on the next.
+# Not part of CI: a full run takes half an hour or more on two cores.
 #
 #   scripts/mutants.sh           every fault, then the score
 #   scripts/mutants.sh 3 17      only faults 3 and 17
@@ -99,10 +101,10 @@ restore() {
     rm -f "$saved/original" "$saved/path"
 }
 
-tests_pid=
+job=
 stop() {
-    # The test run has its own process group (timeout's); it goes whole.
-    [[ -n $tests_pid ]] && kill -TERM -- "-$tests_pid" 2>/dev/null
+    # A build or test run has a process group of its own; it goes whole.
+    [[ -n $job ]] && kill -TERM -- "-$job" 2>/dev/null
     echo >&2
     echo "mutants: interrupted; the tree is restored" >&2
     exit 130
@@ -120,44 +122,74 @@ configure() {
         die "configuring $build failed; see $logs/configure.log"
 }
 
-build_all() {
-    cmake --build "$build" -j2 >"$1" 2>&1
-}
-
-# Runs ctest with `arguments`; a run that exceeds `run_timeout` is stopped whole and ends with
-# status 124.
-ctest_bounded() {
+# Runs a command in a process group of its own, appending its output to `log`, so that an
+# interrupt can stop it at once.
+in_own_group() {
     local log=$1 status=0
     shift
-    timeout --kill-after=15 "$run_timeout" \
-        ctest --test-dir "$build" --output-on-failure --timeout 120 "$@" >>"$log" 2>&1 &
-    tests_pid=$!
-    wait "$tests_pid" || status=$?
-    tests_pid=
+    setsid "$@" >>"$log" 2>&1 </dev/null &
+    job=$!
+    wait "$job" || status=$?
+    job=
     return "$status"
 }
 
-# Runs the whole default suite, stopping at the first failure. A failed test is run once more
-# on its own: one that then passes was flaky, not a catch, and the suite runs again (once).
-run_tests() {
-    local log=$1 status attempt
+build_all() {
+    in_own_group "$1" cmake --build "$build" -j2
+}
+
+# ctest with `arguments`; a run that exceeds `run_timeout` is stopped whole and ends with 124.
+ctest_bounded() {
+    local log=$1
+    shift
+    in_own_group "$log" timeout --kill-after=15 "$run_timeout" \
+        ctest --test-dir "$build" --output-on-failure --timeout 120 "$@"
+}
+
+# The last failed test named in a ctest log.
+last_failure() {
+    sed -n 's/^[[:space:]]*[0-9]* - \(.*\) (\(Failed\|Timeout\|SEGFAULT\|Subprocess aborted\|Child aborted\|Exception\).*/\1/p' "$1" | tail -1
+}
+
+# Sets `verdict` (and `detail`) for fault n, which is planted and built. The whole suite runs,
+# stopping at its first failure. A failure counts only when the failed test fails again with
+# the fault and then passes without it; a test that fails either way is flaky on this machine
+# now, and the fault is tried once more before it is called undecided.
+judge() {
+    local n=$1 number=$(($1 + 1)) attempt status failed
+    local log=$logs/$number.test.log
     : >"$log"
     for attempt in 1 2; do
         status=0
         ctest_bounded "$log" -j2 --stop-on-failure || status=$?
-        ((status == 0 || status == 124 || status == 137)) && return "$status"
-        failed=$(first_failure "$log")
-        echo "=== the failed tests once more" >>"$log"
-        ctest_bounded "$log" --rerun-failed || return 1
-        echo "=== $failed failed once and then passed: flaky; the suite again" >>"$log"
+        if ((status == 0)); then
+            verdict=survived
+            return
+        fi
+        if ((status == 124 || status == 137)); then
+            verdict=killed detail=time-out
+            return
+        fi
+        failed=$(last_failure "$log")
+        echo "=== $failed once more, with the fault" >>"$log"
+        if ctest_bounded "$log" --rerun-failed; then
+            flaky+=("$failed")
+            continue
+        fi
+        echo "=== $failed without the fault" >>"$log"
+        restore
+        build_all "$logs/$number.build.log" || die "the code does not build without fault $number"
+        if ctest_bounded "$log" --rerun-failed; then
+            verdict=killed detail=$failed
+            return
+        fi
         flaky+=("$failed")
+        if ((attempt == 1)); then
+            plant "$n"
+            build_all "$logs/$number.build.log" || die "fault $number built once and not again"
+        fi
     done
-    return 0
-}
-
-# The last failed test named in a ctest log.
-first_failure() {
-    sed -n 's/^[[:space:]]*[0-9]* - \(.*\) (\(Failed\|Timeout\|SEGFAULT\|Subprocess aborted\|Child aborted\|Exception\).*/\1/p' "$1" | tail -1
+    verdict=undecided
 }
 
 duration() {
@@ -201,12 +233,18 @@ for n in "${selected[@]}"; do check_applies "$n"; done
 started=$SECONDS
 echo "mutants: building and testing the code as it is"
 configure
+: >"$logs/baseline.build.log"
 build_all "$logs/baseline.build.log" || die "the code does not build as it is; see $logs/baseline.build.log"
-run_timeout=${MUTANTS_RUN_TIMEOUT:-100000}
+run_timeout=${MUTANTS_RUN_TIMEOUT:-1800}
+baseline_log=$logs/baseline.test.log
+: >"$baseline_log"
 baseline_start=$SECONDS
-flaky=()
-run_tests "$logs/baseline.test.log" ||
-    die "the test suite fails without any fault planted; see $logs/baseline.test.log"
+if ! ctest_bounded "$baseline_log" -j2; then
+    echo "=== the failed tests once more" >>"$baseline_log"
+    ctest_bounded "$baseline_log" --rerun-failed ||
+        die "the test suite fails without any fault planted; see $baseline_log"
+    echo "mutants: warning: $(last_failure "$baseline_log") failed once without any fault"
+fi
 baseline=$((SECONDS - baseline_start))
 if [[ -z ${MUTANTS_RUN_TIMEOUT:-} ]]; then
     run_timeout=$((baseline * 4 > 180 ? baseline * 4 : 180))
@@ -214,38 +252,29 @@ fi
 echo "mutants: the suite passes in ${baseline}s; each run may take ${run_timeout}s"
 echo
 
-killed=0 survived=0 broken=0 survivors=()
+killed=0 survived=0 broken=0 undecided=0 survivors=()
 for n in "${selected[@]}"; do
     number=$((n + 1))
     fault_start=$SECONDS
+    verdict= detail= flaky=()
     plant "$n"
-    flaky=()
+    : >"$logs/$number.build.log"
     if ! build_all "$logs/$number.build.log"; then
         verdict="does not build"
         broken=$((broken + 1))
     else
-        status=0
-        run_tests "$logs/$number.test.log" || status=$?
-        if ((status == 0)); then
-            verdict=survived
-            survived=$((survived + 1))
-            survivors+=("$number")
-        elif ((status == 124 || status == 137)); then
-            verdict=killed
-            detail="time-out"
-            killed=$((killed + 1))
-        else
-            verdict=killed
-            detail=$(first_failure "$logs/$number.test.log")
-            killed=$((killed + 1))
-        fi
+        judge "$n"
+        case $verdict in
+        killed) killed=$((killed + 1)) ;;
+        survived) survived=$((survived + 1)) survivors+=("$number") ;;
+        undecided) undecided=$((undecided + 1)) ;;
+        esac
     fi
     restore
     printf '%3d  %-14s %s' "$number" "$verdict" "${descriptions[n]}"
-    [[ $verdict == killed ]] && printf '  [%s]' "${detail:-test failure}"
-    ((${#flaky[@]} == 0)) || printf '  [flaky, failed once and then passed: %s]' "${flaky[*]}"
+    [[ -z $detail ]] || printf '  [%s]' "$detail"
+    ((${#flaky[@]} == 0)) || printf '  [flaky here, failing with and without the fault or only once: %s]' "${flaky[*]}"
     printf '  (%ds)\n' $((SECONDS - fault_start))
-    detail=
 done
 
 scored=$((killed + survived))
@@ -254,8 +283,9 @@ if ((scored > 0)); then
     percent=$(awk -v k="$killed" -v s="$scored" 'BEGIN { printf "%.1f", 100 * k / s }')
     echo "score: $killed / $scored killed ($percent %)"
 else
-    echo "score: none of the faults built"
+    echo "score: no fault could be judged"
 fi
 ((broken == 0)) || echo "$broken fault(s) did not build and are not counted"
+((undecided == 0)) || echo "$undecided fault(s) met only flaky failures and are not counted"
 ((survived == 0)) || echo "survived: ${survivors[*]}"
 echo "time: $(duration $((SECONDS - started)))"
