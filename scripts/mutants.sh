@@ -3,11 +3,12 @@
 #
 # Plants the faults listed in scripts/mutants.txt one at a time, rebuilds incrementally in its
 # own build folder (build/mutants, the default preset, with ccache), runs the whole default test
-# suite, and puts the file back. A fault is "killed" when a test fails with it (twice) and passes
-# without it, or when the run exceeds its time-out (a hang); "survived" when every test passes;
-# "does not build" when it breaks the build, and "undecided" when the only failures were of
-# tests that fail without the fault too: those two are left out of the score. The tree is put
-# back on exit and on interrupt, and a file a killed run left behind is put back on the next.
+# suite, and puts the file back. A fault is "killed" when a test (or one GoogleTest case of it)
+# fails with the fault, fails again, and then passes twice without it, or when the test run
+# exceeds its time-out (a hang); "survived" otherwise; "does not build" when it breaks the build,
+# which leaves it out of the score. A test that fails without any fault is flaky on this machine
+# and judges nothing for the rest of the run; the summary names it. The tree is put back on exit
+# and on interrupt, and a file a killed run left behind is put back by the next run.
 # Not part of CI: a full run takes half an hour or more on two cores.
 #
 #   scripts/mutants.sh           every fault, then the score
@@ -146,50 +147,84 @@ ctest_bounded() {
         ctest --test-dir "$build" --output-on-failure --timeout 120 "$@"
 }
 
-# The last failed test named in a ctest log.
-last_failure() {
-    sed -n 's/^[[:space:]]*[0-9]* - \(.*\) (\(Failed\|Timeout\|SEGFAULT\|Subprocess aborted\|Child aborted\|Exception\).*/\1/p' "$1" | tail -1
+# The failures of a ctest log, one per line: "test" or, for a test that runs GoogleTest,
+# "test|Suite.Case" for each failed case (a GTK test binary runs many).
+failed_units() {
+    awk '
+        / Test +#[0-9]+: / {
+            current = ""
+            if ($0 ~ /\*\*\*/ && $0 !~ /Not Run|Disabled|Skipped/) {
+                current = $0
+                sub(/.* Test +#[0-9]+: /, "", current)
+                sub(/ .*/, "", current)
+                if (!(current in seen)) { order[++n] = current; seen[current] = 1 }
+            }
+            next
+        }
+        current != "" && /^\[  FAILED  \] [A-Za-z0-9_.\/]+( \([0-9]+ ms\))?$/ {
+            name = $4
+            unit = current "|" name
+            if (!(unit in cases)) { cases[unit] = 1; listed[current] = listed[current] "\n" unit }
+        }
+        END {
+            for (i = 1; i <= n; ++i) {
+                if (order[i] in listed) printf "%s", substr(listed[order[i]], 2) "\n"
+                else print order[i]
+            }
+        }' "$1"
 }
 
-# Sets `verdict` (and `detail`) for fault n, which is planted and built. The whole suite runs,
-# stopping at its first failure. A failure counts only when the failed test fails again with
-# the fault and then passes without it; a test that fails either way is flaky on this machine
-# now, and the fault is tried once more before it is called undecided.
+# Runs one failure again: the test, or only its failed case.
+run_unit() {
+    local log=$1 unit=$2 test=${2%%|*} filter=
+    [[ $unit == *'|'* ]] && filter=${unit#*|}
+    echo "=== $unit $3" >>"$log"
+    GTEST_FILTER=${filter:-*} ctest_bounded "$log" -R "^$test\$"
+}
+
+is_flaky() { grep -qxF -- "$1" "$flaky_list"; }
+mark_flaky() {
+    is_flaky "$1" || echo "$1" >>"$flaky_list"
+    flaky+=("$1")
+}
+
+# Sets `verdict` (and `detail`) for fault n, which is planted and built. The whole suite runs;
+# a failure is a catch only when it fails once more with the fault and then passes twice
+# without it. A test or case that fails without any fault, or only now and then with it,
+# cannot judge: it is noted as flaky and left out of every later verdict of the run.
 judge() {
-    local n=$1 number=$(($1 + 1)) attempt status failed
+    local n=$1 number=$(($1 + 1)) status=0 unit caught=()
     local log=$logs/$number.test.log
     : >"$log"
-    for attempt in 1 2; do
-        status=0
-        ctest_bounded "$log" -j2 --stop-on-failure || status=$?
-        if ((status == 0)); then
-            verdict=survived
+    ctest_bounded "$log" -j2 || status=$?
+    if ((status == 0)); then
+        verdict=survived
+        return
+    fi
+    if ((status == 124 || status == 137)); then
+        verdict=killed detail=time-out
+        return
+    fi
+    while IFS= read -r unit; do
+        is_flaky "$unit" && continue
+        if run_unit "$log" "$unit" "once more, with the fault"; then
+            mark_flaky "$unit"
+        else
+            caught+=("$unit")
+        fi
+    done < <(failed_units "$log")
+    verdict=survived
+    ((${#caught[@]} > 0)) || return 0
+    restore
+    build_all "$logs/$number.build.log" || die "the code does not build without fault $number"
+    for unit in "${caught[@]}"; do
+        if run_unit "$log" "$unit" "without the fault" && run_unit "$log" "$unit" "without the fault, again"; then
+            verdict=killed detail=${unit#*|}
+            [[ $detail == "${unit%%|*}" ]] || detail="${unit%%|*}: $detail"
             return
         fi
-        if ((status == 124 || status == 137)); then
-            verdict=killed detail=time-out
-            return
-        fi
-        failed=$(last_failure "$log")
-        echo "=== $failed once more, with the fault" >>"$log"
-        if ctest_bounded "$log" --rerun-failed; then
-            flaky+=("$failed")
-            continue
-        fi
-        echo "=== $failed without the fault" >>"$log"
-        restore
-        build_all "$logs/$number.build.log" || die "the code does not build without fault $number"
-        if ctest_bounded "$log" --rerun-failed; then
-            verdict=killed detail=$failed
-            return
-        fi
-        flaky+=("$failed")
-        if ((attempt == 1)); then
-            plant "$n"
-            build_all "$logs/$number.build.log" || die "fault $number built once and not again"
-        fi
+        mark_flaky "$unit"
     done
-    verdict=undecided
 }
 
 duration() {
@@ -237,13 +272,17 @@ configure
 build_all "$logs/baseline.build.log" || die "the code does not build as it is; see $logs/baseline.build.log"
 run_timeout=${MUTANTS_RUN_TIMEOUT:-1800}
 baseline_log=$logs/baseline.test.log
+flaky_list=$logs/flaky.txt
 : >"$baseline_log"
+: >"$flaky_list"
+flaky=()
 baseline_start=$SECONDS
 if ! ctest_bounded "$baseline_log" -j2; then
-    echo "=== the failed tests once more" >>"$baseline_log"
-    ctest_bounded "$baseline_log" --rerun-failed ||
-        die "the test suite fails without any fault planted; see $baseline_log"
-    echo "mutants: warning: $(last_failure "$baseline_log") failed once without any fault"
+    while IFS= read -r unit; do
+        run_unit "$baseline_log" "$unit" "once more" ||
+            echo "mutants: warning: ${unit/|/: } fails without any fault; it judges nothing in this run"
+        mark_flaky "$unit"
+    done < <(failed_units "$baseline_log")
 fi
 baseline=$((SECONDS - baseline_start))
 if [[ -z ${MUTANTS_RUN_TIMEOUT:-} ]]; then
@@ -252,7 +291,7 @@ fi
 echo "mutants: the suite passes in ${baseline}s; each run may take ${run_timeout}s"
 echo
 
-killed=0 survived=0 broken=0 undecided=0 survivors=()
+killed=0 survived=0 broken=0 survivors=()
 for n in "${selected[@]}"; do
     number=$((n + 1))
     fault_start=$SECONDS
@@ -267,13 +306,12 @@ for n in "${selected[@]}"; do
         case $verdict in
         killed) killed=$((killed + 1)) ;;
         survived) survived=$((survived + 1)) survivors+=("$number") ;;
-        undecided) undecided=$((undecided + 1)) ;;
         esac
     fi
     restore
     printf '%3d  %-14s %s' "$number" "$verdict" "${descriptions[n]}"
     [[ -z $detail ]] || printf '  [%s]' "$detail"
-    ((${#flaky[@]} == 0)) || printf '  [flaky here, failing with and without the fault or only once: %s]' "${flaky[*]}"
+    ((${#flaky[@]} == 0)) || printf '  [flaky, not judging: %s]' "${flaky[*]}"
     printf '  (%ds)\n' $((SECONDS - fault_start))
 done
 
@@ -286,6 +324,9 @@ else
     echo "score: no fault could be judged"
 fi
 ((broken == 0)) || echo "$broken fault(s) did not build and are not counted"
-((undecided == 0)) || echo "$undecided fault(s) met only flaky failures and are not counted"
+if [[ -s $flaky_list ]]; then
+    echo "flaky here (failed without a fault, or only now and then with one), so not judging:"
+    sed 's/^/  /; s/|/: /' "$flaky_list"
+fi
 ((survived == 0)) || echo "survived: ${survivors[*]}"
 echo "time: $(duration $((SECONDS - started)))"
