@@ -288,7 +288,7 @@ baseline=$((SECONDS - baseline_start))
 if [[ -z ${MUTANTS_RUN_TIMEOUT:-} ]]; then
     run_timeout=$((baseline * 4 > 180 ? baseline * 4 : 180))
 fi
-echo "mutants: the suite passes in ${baseline}s; each run may take ${run_timeout}s"
+echo "mutants: the suite runs in ${baseline}s; each run may take ${run_timeout}s"
 echo
 
 killed=0 survived=0 broken=0 survivors=()
