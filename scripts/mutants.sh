@@ -2,11 +2,11 @@
 # Mutation testing: how many planted faults the test suite catches.
 #
 # Plants the faults listed in scripts/mutants.txt one at a time, rebuilds incrementally in its
-# own build folder (build/mutants, the default preset, with ccache), runs the whole default test
-# suite, and puts the file back. A fault is "killed" when a test (or one GoogleTest case of it)
-# fails with the fault, fails again, and then passes twice without it, or when the test run
-# exceeds its time-out (a hang); "survived" otherwise; "does not build" when it breaks the build,
-# which leaves it out of the score. A test that fails without any fault is flaky on this machine
+# own build folder (build/mutants, the default preset, with ccache), runs the default test suite
+# (core's unit tests first, each phase up to its first failure), and puts the file back. A fault
+# is "killed" when a test (or one GoogleTest case of it) fails with the fault, fails again, and
+# then passes twice without it, or when the test run exceeds its time-out (a hang); "survived"
+# otherwise; "does not build" when it breaks the build, which leaves it out of the score. A test that fails without any fault is flaky on this machine
 # and judges nothing for the rest of the run; the summary names it. The tree is put back on exit
 # and on interrupt, and a file a killed run left behind is put back by the next run.
 # Not part of CI: a full run takes half an hour or more on two cores.
@@ -196,7 +196,10 @@ judge() {
     local n=$1 number=$(($1 + 1)) status=0 unit caught=()
     local log=$logs/$number.test.log
     : >"$log"
-    ctest_bounded "$log" -j2 || status=$?
+    # Core's unit tests take seconds and catch most faults; the slow tests run only after them,
+    # and each phase stops at its first failure.
+    ctest_bounded "$log" -j2 --stop-on-failure -L core || status=$?
+    ((status != 0)) || ctest_bounded "$log" -j2 --stop-on-failure -LE core || status=$?
     if ((status == 0)); then
         verdict=survived
         return
