@@ -1,7 +1,7 @@
+// Key labels from XKB keymaps, and from the X server's own as it changes.
 #include <glib.h>
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 
 #include "gtk/main_loop.h"
@@ -10,53 +10,46 @@
 namespace brisel::gtk {
 namespace {
 
-constexpr uint32_t keyA = 0;
-constexpr uint32_t keyQ = 12;
-constexpr uint32_t keyW = 13;
-constexpr uint32_t digit1 = 18;
+constexpr uint32_t keyA = 0, keyQ = 12, keyW = 13, digit1 = 18;
 
-std::unique_ptr<XkbKeyboardLayout> layoutNamed(const char* layouts) {
+std::u16string characters(const char* layouts, uint32_t macKeyCode) {
     xkb_context* context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
     const xkb_rule_names names{"evdev", "pc105", layouts, "", ""};
     xkb_keymap* keymap = xkb_keymap_new_from_names(context, &names, XKB_KEYMAP_COMPILE_NO_FLAGS);
     EXPECT_TRUE(keymap) << layouts;
-    auto layout = std::make_unique<XkbKeyboardLayout>(keymap);
+    const std::u16string typed = XkbKeyboardLayout(keymap).characters(macKeyCode);
     xkb_keymap_unref(keymap);
     xkb_context_unref(context);
-    return layout;
+    return typed;
 }
 
-TEST(XkbKeyboardLayout, FrenchAzertyTypesAOnTheKeyWhereUSTypesQ) {
-    const auto us = layoutNamed("us");
-    const auto french = layoutNamed("fr");
-    EXPECT_EQ(us->characters(keyQ), u"q");
-    EXPECT_EQ(french->characters(keyQ), u"a");
-    EXPECT_EQ(us->characters(keyA), u"a");
-    EXPECT_EQ(french->characters(keyA), u"q");
-    EXPECT_EQ(french->characters(keyW), u"z");
-    EXPECT_EQ(french->characters(digit1), u"&");
-    EXPECT_EQ(us->characters(0xFFFF), u"");
-}
-
-TEST(XkbKeyboardLayout, LabelsComeFromTheFirstLayoutThatTypesLatin) {
-    EXPECT_EQ(layoutNamed("ru,us")->characters(keyQ), u"q");
-    EXPECT_EQ(layoutNamed("ru")->characters(keyQ), u"");
-}
-
-void setServerLayout(const char* layout) {
-    const std::string command = std::string("setxkbmap ") + layout;
-    gint status = -1;
-    ASSERT_TRUE(g_spawn_command_line_sync(command.c_str(), nullptr, nullptr, &status, nullptr));
-    ASSERT_EQ(status, 0) << command;
+TEST(XkbKeyboardLayout, LabelsAreWhatTheFirstLatinLayoutTypesOnThePhysicalKey) {
+    const struct {
+        const char* layouts;
+        uint32_t key;
+        std::u16string typed;
+        const char* why;
+    } rows[] = {
+        {"us", keyQ, u"q", "US"},
+        {"fr", keyQ, u"a", "AZERTY types A where US types Q"},
+        {"fr", keyA, u"q", "and Q where US types A"},
+        {"fr", keyW, u"z", "and Z where US types W"},
+        {"fr", digit1, u"&", "the unshifted digit key"},
+        {"us", 0xFFFF, u"", "no such key"},
+        {"ru,us", keyQ, u"q", "the first layout that types Latin"},
+        {"ru", keyQ, u"", "none types Latin"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(characters(row.layouts, row.key), row.typed) << row.why;
 }
 
 TEST(XkbKeyboardLayout, FollowsTheXServersKeymapWhenItChanges) {
     const XkbKeyboardLayout server;
-    EXPECT_EQ(server.characters(keyQ), u"q");
-    setServerLayout("fr");
-    EXPECT_TRUE(main_loop::runUntil([&] { return server.characters(keyQ) == u"a"; }));
-    setServerLayout("us");
-    EXPECT_TRUE(main_loop::runUntil([&] { return server.characters(keyQ) == u"q"; }));
+    for (const auto& [layout, typed] : {std::pair{"us", u"q"}, {"fr", u"a"}, {"us", u"q"}}) {
+        gint status = -1;
+        ASSERT_TRUE(g_spawn_command_line_sync((std::string("setxkbmap ") + layout).c_str(), nullptr, nullptr, &status, nullptr));
+        ASSERT_EQ(status, 0) << layout;
+        EXPECT_TRUE(main_loop::runUntil([&] { return server.characters(keyQ) == typed; })) << layout;
+    }
 }
 
 }  // namespace
