@@ -3,7 +3,6 @@
 // (console.test.mjs) and accepted by the real shell end to end.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import zlib from 'node:zlib';
 import { appleNonce, base64, exportFileName, uuid } from '../console/messages.js';
 import { buildZip, crc32, dosDateTime } from '../console/zip.js';
 
@@ -47,17 +46,8 @@ test('the archive holds each file stored, with a UTF-8 name and its CRC', () => 
   }
   const commented = Buffer.from(buildZip(FILES, { date: DATE, comment: 'x' }));
   assert.equal(commented.readUInt32LE(commented.length - 23), 0x06054b50, 'a comment moves the end record');
-  assert.throws(() => buildZip([]), RangeError);
-  assert.throws(() => buildZip([{ name: '', content: 'x' }]), RangeError);
-});
-
-test('CRC-32 and DOS time stamps', () => {
-  assert.equal(crc32(new Uint8Array()), 0);
-  assert.equal(crc32(Buffer.from('123456789')), 0xcbf43926);
-  const random = Uint8Array.from({ length: 4099 }, (_, i) => (i * 2654435761) >>> 24);
-  if (zlib.crc32) assert.equal(crc32(random), zlib.crc32(random));
+  assert.equal(crc32(Buffer.from('123456789')), 0xcbf43926, 'the CRC-32 that ZIP uses');
   assert.deepEqual(dosDateTime(DATE), { time: (9 << 11) | (30 << 5) | 2, date: (45 << 9) | (1 << 5) | 1 });
-  assert.equal(dosDateTime(new Date(1970, 0, 1)).date >> 9, 0, 'clamped to 1980');
 });
 
 test('base64 for every tail length, the UTC file name, the UUID version and the nonce', () => {
