@@ -11,6 +11,7 @@
 
 #include "app/panel_geometry.h"
 #include "capture/capture_texts.h"
+#include "export/markdown_export.h"
 #include "gtk/widgets.h"
 #include "reading/reading_controls_presentation.h"
 #include "screens.h"
@@ -24,16 +25,15 @@ using testing::json;
 using testing::ShellEndToEnd;
 using testing::typeOnKeyboard;
 
-GtkWidget* visibleToplevel(GType type) {
+// The file chooser on screen, if any.
+GtkWidget* chooserShown() {
     GList* toplevels = gtk_window_list_toplevels();
-    GtkWidget* found = nullptr;
-    for (GList* window = toplevels; window && !found; window = window->next) {
-        if (G_TYPE_CHECK_INSTANCE_TYPE(window->data, type) && gtk_widget_get_visible(GTK_WIDGET(window->data))) {
-            found = GTK_WIDGET(window->data);
-        }
-    }
+    GList* found = g_list_find_custom(toplevels, nullptr, [](gconstpointer window, gconstpointer) {
+        return GTK_IS_FILE_CHOOSER_DIALOG(window) && gtk_widget_get_visible(GTK_WIDGET(window)) ? 0 : 1;
+    });
+    GtkWidget* chooser = found ? GTK_WIDGET(found->data) : nullptr;
     g_list_free(toplevels);
-    return found;
+    return chooser;
 }
 
 // The whole window as the desktop shows it, header bar and frame included.
@@ -91,13 +91,29 @@ TEST_F(ShellEndToEnd, TheReadingStripAndTheExportThroughTheFileChooserSpeakWithT
     ASSERT_TRUE(waitFor([&] { return received("omvane:native", "saveAndReturnRequested").size(); }, 1));
     EXPECT_EQ(received("omvane:native", "saveAndReturnRequested").back()["controlId"], "console-note-1");
 
+    // The sheet, asked for by the page and cancelled by it.
+    click("export-send");
+    ASSERT_TRUE(main_loop::runUntil([&] { return chooserShown(); }));
+    click("export-cancel");
+    ASSERT_TRUE(waitFor([&] { return received("brisel:export-result").size(); }, 1));
+    EXPECT_EQ(received("brisel:export-result").back()["status"], "canceled");
+    EXPECT_FALSE(chooserShown());
+
     click("export-send");
     GtkWidget* dialog = nullptr;
-    ASSERT_TRUE(main_loop::runUntil([&] { return (dialog = visibleToplevel(GTK_TYPE_FILE_CHOOSER_DIALOG)); }));
+    ASSERT_TRUE(main_loop::runUntil([&] { return (dialog = chooserShown()); }));
     EXPECT_EQ(gtk_window_get_transient_for(GTK_WINDOW(dialog)), shell.panel().window());
     EXPECT_TRUE(gtk_window_get_modal(GTK_WINDOW(dialog)));
-    // The user opens a folder (the chooser loads it in the background) and presses "書き出す".
+    EXPECT_STREQ(gtk_window_get_title(GTK_WINDOW(dialog)), export_texts::sheetTitle);
+    EXPECT_STREQ(gtk_button_get_label(GTK_BUTTON(gtk_dialog_get_widget_for_response(GTK_DIALOG(dialog), GTK_RESPONSE_ACCEPT))),
+                 export_texts::sheetPrompt);
     GtkFileChooser* chooser = GTK_FILE_CHOOSER(dialog);
+    EXPECT_TRUE(gtk_file_chooser_get_do_overwrite_confirmation(chooser));
+    for (const auto& [file, passes] : {std::pair{"notes.zip", true}, {"notes.md", false}}) {
+        const GtkFileFilterInfo info{GTK_FILE_FILTER_DISPLAY_NAME, nullptr, nullptr, file, nullptr};
+        EXPECT_EQ(gtk_file_filter_filter(gtk_file_chooser_get_filter(chooser), &info), passes) << file;
+    }
+    // The user opens a folder (the chooser loads it in the background) and presses "書き出す".
     gchar* suggested = gtk_file_chooser_get_current_name(chooser);
     const std::filesystem::path chosen = home / suggested;
     g_free(suggested);
@@ -109,7 +125,7 @@ TEST_F(ShellEndToEnd, TheReadingStripAndTheExportThroughTheFileChooserSpeakWithT
         return ready;
     }));
     gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_ACCEPT);
-    ASSERT_TRUE(waitFor([&] { return received("brisel:export-result").size(); }, 1));
+    ASSERT_TRUE(waitFor([&] { return received("brisel:export-result").size(); }, 2));
     EXPECT_EQ(received("brisel:export-result").back()["status"], "saved");
     std::stringstream archive;
     archive << std::ifstream(chosen, std::ios::binary).rdbuf();
