@@ -13,9 +13,8 @@
 
 namespace brisel::gtk::testing {
 
-// A program a test starts, with its standard input and output on pipes; killed and reaped at the
-// end. Waiting on it keeps the main loop running, since it may be waiting on us (for the clipboard
-// we own, say).
+// A program a test starts, its standard input and output on pipes, killed at the end. Waiting on
+// it runs the main loop, since it may be waiting on us (for the clipboard we own, say).
 class ChildProcess {
 public:
     explicit ChildProcess(const std::vector<std::string>& command) {
@@ -31,7 +30,6 @@ public:
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     int32_t pid() const { return pid_; }
-    // One line on its standard input (short lines go in one write).
     void writeLine(const std::string& line) {
         [[maybe_unused]] const ssize_t written = ::write(input_, (line + "\n").data(), line.size() + 1);
     }

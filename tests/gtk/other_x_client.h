@@ -18,8 +18,7 @@ public:
     Window root() const { return DefaultRootWindow(display_); }
     Atom atom(const char* name) const { return XInternAtom(display_, name, False); }
 
-    // The X error that `requests` caused, 0 for none. GDK's error handler ignores connections it
-    // did not open, so errors here are caught with a handler of our own.
+    // The X error that `requests` caused, 0 for none (GDK's handler ignores connections it did not open).
     int errorOf(const std::function<void()>& requests) const {
         static int lastError;
         XSync(display_, False);

@@ -15,9 +15,8 @@ namespace {
 TEST(PhysicalKeyCodes, EveryBindableKeyHasItsOwnX11KeyAndComesBack) {
     std::set<uint32_t> seen;
     for (const auto& key : physicalKeys) {
-        ASSERT_TRUE(x11KeyCode(key.keyCode)) << key.code;
-        EXPECT_TRUE(seen.insert(*x11KeyCode(key.keyCode)).second) << key.code << " shares an X11 key";
-        EXPECT_EQ(macKeyCode(*x11KeyCode(key.keyCode)), key.keyCode) << key.code;
+        EXPECT_TRUE(seen.insert(x11KeyCode(key.keyCode).value_or(0)).second) << key.code << " shares an X11 key, or has none";
+        EXPECT_EQ(macKeyCode(x11KeyCode(key.keyCode).value_or(0)), key.keyCode) << key.code;
     }
     EXPECT_EQ(x11KeyCode(40), 45u);  // K is evdev 37
     EXPECT_FALSE(macKeyCode(67 + 8));  // F1

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <initializer_list>
 #include <optional>
@@ -23,17 +24,17 @@
 #include "physical_key_codes.h"
 #include "shell.h"
 
-// The whole Linux shell in the test's process, with the bridge console page loaded from the page
-// server that the companion launches from the bundle, and what the page received.
+// The whole Linux shell in the test's process.
 namespace brisel::gtk::testing {
 
 using nlohmann::json;
 
+// A loopback port the system just handed out, free again for the page server.
 inline int freePort() {
     const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
     socklen_t length = sizeof address;
-    ::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    ::bind(socket, reinterpret_cast<sockaddr*>(&address), length);
     ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
     ::close(socket);
     return ntohs(address.sin_port);
@@ -50,19 +51,14 @@ inline void typeOnKeyboard(std::initializer_list<KeySym> modifiers, uint32_t mac
     XFlush(display);
 }
 
-class ShellEndToEnd : public ::testing::Test {
+// The shell of the product on `localURL`, its state and settings in a folder of the test's own.
+class ShellTest : public ::testing::Test {
 protected:
-    // The file chooser remembers its folders in GSettings; the tests keep them off the user's.
-    static void SetUpTestSuite() { g_setenv("GSETTINGS_BACKEND", "memory", TRUE); }
-
-    ShellEndToEnd()
-        : localURL("http://127.0.0.1:" + std::to_string(freePort())),
-          shell(localURL, {std::filesystem::path(BRISEL_BUNDLE_RESOURCES), home / "state", home / "config"}) {
+    explicit ShellTest(const std::string& localURL, Duration pageLoadTimeout = CompanionSettings().pageLoadTimeout)
+        : shell(localURL, {BRISEL_BUNDLE_RESOURCES, home / "state", home / "config"}, pageLoadTimeout) {
         shell.companion().applicationDidFinishLaunching();
-        EXPECT_TRUE(main_loop::runUntil([&] { return shell.companion().pageReady() && page("!!window.briselConsole") == true; }, 30000))
-            << "the console page did not load from " << localURL;
     }
-    ~ShellEndToEnd() override { shell.companion().applicationWillTerminate(); }
+    ~ShellTest() override { shell.companion().applicationWillTerminate(); }
 
     // Runs `expression` in the page and returns its value through JSON.
     json page(const std::string& expression) {
@@ -71,6 +67,32 @@ protected:
         main_loop::runUntil([&] { return answer.has_value(); });
         return answer && answer->stringValue ? json::parse(*answer->stringValue, nullptr, false) : json();
     }
+    // The start-up log's lines for `event`.
+    std::vector<json> logged(const std::string& event) {
+        std::ifstream log(home / "state/startup.log");
+        std::vector<json> found;
+        for (std::string line; std::getline(log, line);) {
+            if (json entry = json::parse(line, nullptr, false); entry.value("event", "") == event) found.push_back(entry);
+        }
+        return found;
+    }
+
+    brisel::testing::TempDir home;
+    Shell shell;
+};
+
+// The shell with the bridge console that the companion serves from the bundle, and what the page
+// received.
+class ShellEndToEnd : public ShellTest {
+protected:
+    // The file chooser remembers its folders in GSettings; the tests keep them off the user's.
+    static void SetUpTestSuite() { g_setenv("GSETTINGS_BACKEND", "memory", TRUE); }
+
+    ShellEndToEnd() : ShellTest("http://127.0.0.1:" + std::to_string(freePort())) {
+        EXPECT_TRUE(main_loop::runUntil([&] { return shell.companion().pageReady() && page("!!window.briselConsole") == true; }, 30000))
+            << "the console page did not load";
+    }
+
     void click(const std::string& id) {
         ASSERT_EQ(page("(() => { const e = document.getElementById('" + id + "'); e?.click(); return !!e; })()"), true) << id;
     }
@@ -84,13 +106,7 @@ protected:
                     ".map(e => e.detail.error)");
     }
     // Waits (on events, at most ten seconds) until `count` reaches `expected`.
-    static bool waitFor(const std::function<size_t()>& count, size_t expected) {
-        return main_loop::runUntil([&] { return count() >= expected; }, 10000);
-    }
-
-    brisel::testing::TempDir home;
-    std::string localURL;
-    Shell shell;
+    static bool waitFor(const std::function<size_t()>& count, size_t expected) { return main_loop::runUntil([&] { return count() >= expected; }, 10000); }
 };
 
 }  // namespace brisel::gtk::testing

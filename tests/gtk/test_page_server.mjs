@@ -1,10 +1,7 @@
-// Stands in for the page server in the web view's tests: answers the status probe as the bundled
-// server does, prints its port, and at the root serves one of two pages:
-//   frames  a page whose frames each post on the message channel and then tell the top page what
-//           they posted: one of the same origin, a sandboxed one (opaque origin), one the top page
-//           writes itself (about:blank, the top page's origin), and two srcdoc frames, plain and
-//           sandboxed, whose documents the navigation policy never lets in;
-//   silent  accepts the page's request and never answers it.
+// The page server of the web view's tests: answers the status probe, prints its port, and serves
+//   frames  frames that post on the message channel, then tell the top page: same-origin,
+//           sandboxed, written by the top page (about:blank), and srcdoc, plain and sandboxed;
+//   silent  a page request that is never answered.
 import http from 'node:http';
 import { STATUS } from '../../server/lib/page-server.mjs';
 
