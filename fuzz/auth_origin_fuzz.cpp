@@ -18,14 +18,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         require(origin->scheme == "https" ||
                     (origin->scheme == "http" && origin->host == "127.0.0.1" && origin->port == localPort),
                 "only https or the local page's own origin");
-        require(!origin->host.empty(), "an origin has a host");
-        require(BriselAuthOrigin::fromURL(origin->string(), localPort) == origin, "its text names the same origin");
+        require(!origin->host.empty() && BriselAuthOrigin::fromURL(origin->string(), localPort) == origin,
+                "a host, and its text names the same origin");
         require(origin->port == 0 || origin->matches({origin->scheme, origin->host, origin->port}),
                 "WebKit reporting it back is a match");
     }
     if (brisel::isSignInURL(url)) {
-        require(url.size() <= brisel::maximumSignInURLLength, "sign-in URL length");
-        require(url.starts_with("https://" + std::string(brisel::authenticationHost) + "/#desktop-connect="),
+        require(url.size() <= brisel::maximumSignInURLLength &&
+                    url.starts_with("https://" + std::string(brisel::authenticationHost) + "/#desktop-connect="),
                 "the sign-in page");
         require(BriselAuthOrigin::fromURL(url) == BriselAuthOrigin{"https", std::string(brisel::authenticationHost), 443},
                 "the sign-in host");

@@ -6,8 +6,6 @@
 #include <unicode/unistr.h>
 
 #include <memory>
-#include <optional>
-#include <string>
 
 #include "capture/kindle_copy_verification.h"
 #include "fuzz_check.h"
@@ -69,13 +67,10 @@ std::optional<std::optional<VerifiedKindleCopy>> literalAnswer(std::string_view 
 
 void verify(std::string_view raw) {
     const auto copy = brisel::verifiedKindleCopy(raw);
-    if (copy) {
-        require(brisel::isValidUTF8(raw), "only UTF-8 is accepted");
-        require(!copy->text.empty() && copy->text.find('\r') == std::string::npos, "a passage with line feeds only");
-        require(brisel::trimWhitespaceAndNewlines(copy->text) == copy->text &&
-                    brisel::trimWhitespaceAndNewlines(copy->title) == copy->title,
-                "passage and title are trimmed");
-    }
+    require(!copy || (brisel::isValidUTF8(raw) && !copy->text.empty() && copy->text.find('\r') == std::string::npos &&
+                      brisel::trimWhitespaceAndNewlines(copy->text) == copy->text &&
+                      brisel::trimWhitespaceAndNewlines(copy->title) == copy->title),
+            "an accepted copy is UTF-8, with a trimmed passage of line feeds only and a trimmed title");
     const auto literal = literalAnswer(raw);
     require(!literal || *literal == copy, "the answer is the literal one");
 }
@@ -86,13 +81,7 @@ std::string kindleShaped(std::string_view slots) {
     static constexpr std::string_view glue[] = {"\n\n", ". ", " (", "). ", "Kindle Edition."};
     std::string raw;
     size_t next = 0;
-    for (char c : slots) {
-        if (c == '|' && next < std::size(glue)) {
-            raw += glue[next++];
-        } else {
-            raw += c;
-        }
-    }
+    for (char c : slots) raw += c == '|' && next < std::size(glue) ? glue[next++] : std::string_view(&c, 1);
     while (next < std::size(glue)) raw += glue[next++];
     return raw;
 }

@@ -1,6 +1,5 @@
-// The export demo's ZIP archive, read back as an unpacker reads it, and the encodings of the
-// request that carries it. The request's fields are checked where the page posts them
-// (console.test.mjs) and accepted by the real shell end to end.
+// The console's export archive, read back as an unpacker reads it, and the encodings of the
+// requests it posts; the shell's end-to-end test proves the host accepts them.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { appleNonce, base64, exportFileName, uuid } from '../console/messages.js';

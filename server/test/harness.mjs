@@ -7,19 +7,17 @@ import { fileURLToPath } from 'node:url';
 
 export const SERVER_DIR = fileURLToPath(new URL('..', import.meta.url));
 
-// A port the OS just handed out on `host`, closed again for the server to take; null when this
-// machine cannot listen on `host`.
-export const freePort = (host = '127.0.0.1') => new Promise((resolve) => {
-  const probe = net.createServer().once('error', () => resolve(null));
+// A port the OS just handed out on `host`, closed again for the server to take.
+const freePort = (host) => new Promise((resolve) => {
+  const probe = net.createServer();
   probe.listen(0, host, () => {
     const { port } = probe.address();
     probe.close(() => resolve(port));
   });
 });
 
-// Runs `script` (server.mjs or desktop-server.mjs) with `env` over the runner's environment, less
-// the runner's own settings (Brisel clears NODE_OPTIONS too). `closed` resolves with the exit code
-// and signal once the process has ended and its output is complete.
+// Runs `script` with `env` over the runner's environment less its own settings (Brisel clears
+// NODE_OPTIONS too); `closed` resolves with the exit code and signal once the output is complete.
 export function spawnServer(script, env) {
   const { NODE_OPTIONS, NODE_TEST_CONTEXT, ...inherited } = process.env;
   const child = spawn(process.execPath, [script], { cwd: SERVER_DIR, env: { ...inherited, ...env }, stdio: ['ignore', 'pipe', 'pipe'] });
@@ -43,7 +41,7 @@ export async function startServer(script, host = '127.0.0.1') {
   return { ...server, port, url, stop: () => (server.child.kill('SIGTERM'), server.closed) };
 }
 
-// One request without a pooled connection unless `agent` says otherwise; `path` goes verbatim.
+// One request, `path` verbatim.
 export function request(port, path, { method = 'GET', host = '127.0.0.1', headers = {}, agent = false } = {}) {
   return new Promise((resolve, reject) => {
     http.request({ host, port, path, method, headers, agent }, (res) => {
