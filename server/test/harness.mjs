@@ -1,20 +1,9 @@
-// Shared by the server tests: the real entry scripts as child processes on free loopback ports,
-// spoken to in raw HTTP so that request paths reach the server exactly as written.
+// The real entry scripts as child processes on free loopback ports, spoken to in raw HTTP.
 import { spawn } from 'node:child_process';
 import http from 'node:http';
-import net from 'node:net';
 import { fileURLToPath } from 'node:url';
 
 export const SERVER_DIR = fileURLToPath(new URL('..', import.meta.url));
-
-// A port the OS just handed out on `host`, closed again for the server to take.
-const freePort = (host) => new Promise((resolve) => {
-  const probe = net.createServer();
-  probe.listen(0, host, () => {
-    const { port } = probe.address();
-    probe.close(() => resolve(port));
-  });
-});
 
 // Runs `script` with `env` over the runner's environment less its own settings (Brisel clears
 // NODE_OPTIONS too); `closed` resolves with the exit code and signal once the output is complete.
@@ -27,10 +16,9 @@ export function spawnServer(script, env) {
   return { child, output, closed };
 }
 
-// Starts a server on `host` and a free port, once it says it listens.
-export async function startServer(script, host = '127.0.0.1') {
-  const port = await freePort(host);
-  const server = spawnServer(script, { HOST: host, PORT: String(port) });
+// Starts a server on a port the system picks (PORT=0), once it says where it listens.
+export async function startServer(script) {
+  const server = spawnServer(script, { HOST: '127.0.0.1', PORT: '0' });
   const url = await new Promise((resolve, reject) => {
     server.child.stdout.on('data', () => {
       const match = /listening on (http:\/\/\S+)/.exec(server.output.stdout);
@@ -38,7 +26,7 @@ export async function startServer(script, host = '127.0.0.1') {
     });
     server.closed.then(({ code, signal }) => reject(new Error(`ended before listening (${code ?? signal}): ${server.output.stderr}`)));
   });
-  return { ...server, port, url, stop: () => (server.child.kill('SIGTERM'), server.closed) };
+  return { ...server, port: Number(new URL(url).port), stop: () => (server.child.kill('SIGTERM'), server.closed) };
 }
 
 // One request, `path` verbatim.

@@ -1,5 +1,4 @@
-// The server as a process: the /api/status contract the native probe checks before it loads the
-// page, the address it listens on, what ends it at start-up, and the signals Brisel stops it with.
+// The server as a process: the status the native probe checks, its address, its start and its stop.
 import assert from 'node:assert/strict';
 import { once } from 'node:events';
 import http from 'node:http';

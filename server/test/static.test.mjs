@@ -1,5 +1,4 @@
-// The console page and its assets over the real server: what is served, with which headers, and
-// what never is.
+// The console page and its assets over the real server: what is served, how, and what never is.
 import assert from 'node:assert/strict';
 import { mkdtemp, mkdir, readdir, readFile, rm, symlink, writeFile } from 'node:fs/promises';
 import { once } from 'node:events';
@@ -21,7 +20,6 @@ const ROWS = [
   ['POST', '/', 405, 'only GET and HEAD'],
   ['DELETE', '/api/status', 405, 'only GET and HEAD, on the API too'],
   ['GET', '/missing', 404, 'nothing there'],
-  ['GET', '/console/index.html', 404, 'the console folder is the root, not a path under it'],
   ['GET', '/index.html/', 404, 'a file is no folder'],
   ['GET', '//console.js', 404, 'an empty segment'],
   ['GET', '/.hidden', 404, 'dotfiles'],
@@ -31,7 +29,6 @@ const ROWS = [
   ['GET', '/%252e%252e/server.mjs', 404, 'decoded once only'],
   ['GET', '/../server.mjs', 400, 'a dot segment'],
   ['GET', '/%2E%2E/server.mjs', 400, 'an encoded dot segment'],
-  ['GET', '/./console.js/../../server.mjs', 400, 'dot segments further in'],
   ['GET', '/..%2fserver.mjs', 400, 'an encoded slash'],
   ['GET', '/..%5cserver.mjs', 400, 'an encoded backslash'],
   ['GET', '/..\\server.mjs', 400, 'a backslash'],
@@ -49,8 +46,7 @@ test('over the real server each request gets its status, every answer a strict p
     for (const [method, target, status, why, host] of ROWS) {
       const { status: got, headers, body } = await request(server.port, target, { method, headers: host ? { Host: host } : {} });
       assert.equal(got, status, `${method} ${target}: ${why}`);
-      assert.match(headers['content-security-policy'], /default-src 'none'.*script-src 'self'(;|$).*style-src 'self'(;|$)/, why);
-      assert.doesNotMatch(headers['content-security-policy'], /unsafe-inline|unsafe-eval|\*/, why);
+      assert.match(headers['content-security-policy'], /^(?!.*(unsafe-|\*)).*default-src 'none'.*script-src 'self'(;|$).*style-src 'self'(;|$)/, why);
       assert.equal(headers['x-content-type-options'], 'nosniff', why);
       if (BODIES[status]) assert.equal(body, BODIES[status], why);
       for (const leak of leaks) assert.ok(!body.includes(leak.slice(0, 40)), why);

@@ -1,9 +1,7 @@
 #!/usr/bin/env bash
-# Starts the GTK shell under Xvfb with the bundled server on a free loopback port, waits for the
-# page, and checks what a person would: the start-up log says it launched and loaded the page,
-# the page ran inside the native host and rendered its root, a screenshot shows it with every
-# label legible (the shell's exit status says so), and the server Brisel started is gone once
-# Brisel quits.
+# Runs the GTK shell under Xvfb with the bundled server on a free port and checks what a person
+# would: the page loaded and rendered, a screenshot shows it with every label legible (the exit
+# status says so), and the server Brisel started is gone once Brisel quits.
 set -euo pipefail
 brisel="$1"
 work="$2"

@@ -1,6 +1,5 @@
-// The accessibility port against another application on a real accessibility bus. Without a
-// desktop session (CI under Xvfb) the suite runs its own session bus, on which the bus launcher
-// starts the accessibility bus and its registry when first asked.
+// The accessibility port against another application on a real accessibility bus; without a desktop
+// session the suite runs a session bus, which starts the accessibility bus when first asked.
 #include <gtest/gtest.h>
 #include <signal.h>
 

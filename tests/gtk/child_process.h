@@ -13,8 +13,8 @@
 
 namespace brisel::gtk::testing {
 
-// A program a test starts, its standard input and output on pipes, killed at the end. Waiting on
-// it runs the main loop, since it may be waiting on us (for the clipboard we own, say).
+// A program a test starts, its input and output on pipes, killed at the end; waiting on it runs the
+// main loop, since it may be waiting on us (for the clipboard we own, say).
 class ChildProcess {
 public:
     explicit ChildProcess(const std::vector<std::string>& command) {

@@ -6,8 +6,7 @@
 
 namespace brisel::gtk::main_loop {
 
-// Runs the main loop until `done` holds or `timeoutMs` passed; the timer wakes a blocked
-// iteration, so nothing sleeps.
+// Runs the main loop until `done` holds or `timeoutMs` passed; the timer wakes a blocked iteration.
 inline bool runUntil(const std::function<bool()>& done, guint timeoutMs = 5000) {
     bool timedOut = false;
     const guint timer = g_timeout_add(timeoutMs, +[](gpointer flag) { return *static_cast<bool*>(flag) = true, G_SOURCE_REMOVE; }, &timedOut);

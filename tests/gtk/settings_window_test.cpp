@@ -49,8 +49,7 @@ TEST_F(SettingsWindowTest, IsOneFixedWindowAndClosingOrLeavingItEndsTheRecording
     gtk_window_get_size(window.window(), &size.first, &size.second);
     EXPECT_EQ(size, std::pair(640, 430));
     EXPECT_FALSE(gtk_window_get_resizable(window.window()));
-    // The key display records when clicked, and the caption of a waiting key, in large text,
-    // does not widen it.
+    // Clicked, the key display records; the caption of a waiting key in large text does not widen it.
     const auto preferred = [&](auto measure) {
         int minimum = 0, natural = 0;
         measure(captureKey(), &minimum, &natural);

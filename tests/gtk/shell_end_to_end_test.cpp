@@ -1,5 +1,4 @@
-// The whole Linux shell in this process, driven through the bridge console's buttons and the
-// native windows as a user would, with what the page received read back.
+// The whole Linux shell in this process, driven through the console's buttons and the native windows.
 #include "gtk/shell_fixture.h"
 
 #include <X11/keysym.h>
@@ -136,8 +135,7 @@ TEST_F(ShellEndToEnd, ACaptureKeyRecordedInTheSettingsWindowIsSavedAndGrabbedOnT
     EXPECT_EQ(persisted["capture"]["keyCode"], 8) << persisted;
     ASSERT_TRUE(main_loop::runUntil([&] { return received("omvane:native", "status").back()["shortcut"] == "⇧⌘C"; }));
 
-    // The old combination no longer captures; the new one does, from anywhere on the desktop.
-    // Presses arrive in order, so a capture by the old key would be reported before the new one's.
+    // The old combination no longer captures, the new one does (a capture by the old would come first).
     typeOnKeyboard({XK_Control_L, XK_Alt_L}, 40);
     typeOnKeyboard({XK_Control_L, XK_Shift_L}, 8);
     ASSERT_TRUE(waitFor([&] { return statusErrors().size(); }, 1));

@@ -81,8 +81,7 @@ protected:
     Shell shell;
 };
 
-// The shell with the bridge console that the companion serves from the bundle, and what the page
-// received.
+// The shell with the bridge console the companion serves from the bundle, and what the page got.
 class ShellEndToEnd : public ShellTest {
 protected:
     // The file chooser remembers its folders in GSettings; the tests keep them off the user's.

@@ -8,11 +8,8 @@ import { STATUS } from '../../server/lib/page-server.mjs';
 // Posts a script-error report named `errorType`, then tells the top page how that went.
 const postFromFrame = (errorType) => `<script>
   let outcome = ${JSON.stringify(errorType)};
-  try {
-    window.webkit.messageHandlers.omvane.postMessage({ action: 'diagnostic', event: 'script-error', errorType: outcome });
-  } catch (error) {
-    outcome += ' failed: ' + error.name;
-  }
+  try { window.webkit.messageHandlers.omvane.postMessage({ action: 'diagnostic', event: 'script-error', errorType: outcome }); }
+  catch (error) { outcome += ' failed: ' + error.name; }
   parent.postMessage(outcome, '*');
 </script>`;
 const attribute = (html) => html.replaceAll('&', '&amp;').replaceAll('"', '&quot;');
@@ -45,6 +42,5 @@ const server = http.createServer((request, response) => {
   } else if (process.argv[2] === 'frames') {
     response.writeHead(pages[request.url] ? 200 : 404, { 'Content-Type': 'text/html; charset=utf-8' }).end(pages[request.url]);
   }
-  // "silent": the request stays open and unanswered.
 });
 server.listen(0, '127.0.0.1', () => console.log(server.address().port));

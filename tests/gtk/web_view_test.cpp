@@ -1,5 +1,5 @@
-// The panel's web view in the real shell, against a test page server on loopback: which frames
-// the message channel speaks for, and the page-load time-out.
+// The panel's web view against a test page server: which frames the channel speaks for, and the
+// page-load time-out.
 #include "gtk/shell_fixture.h"
 
 #include "gtk/child_process.h"

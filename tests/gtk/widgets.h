@@ -6,8 +6,7 @@
 
 namespace brisel::gtk::widgets {
 
-// The first widget under `root`, itself included, with the name the shell gave it or else the
-// name assistive technologies read; depth first.
+// The first widget under `root` (itself included) by the name the shell or assistive technologies give it.
 inline GtkWidget* named(GtkWidget* root, const std::string& name) {
     if (gtk_widget_get_name(root) == name || g_strcmp0(atk_object_get_name(gtk_widget_get_accessible(root)), name.c_str()) == 0) return root;
     GtkWidget* found = nullptr;

@@ -1,5 +1,4 @@
-// The global hot key against the real X server, pressed through XTest by another client, and
-// contested by other programs.
+// The global hot key on the real X server, pressed by another client and contested by others.
 // GoogleTest before Xlib, whose None and Bool macros would break its headers.
 #include <gtest/gtest.h>
 
