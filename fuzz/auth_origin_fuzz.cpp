@@ -1,5 +1,4 @@
-// URLs reach the origin test and the two browser-opening tests straight from page messages and
-// the web view: whatever the bytes, what they let through must be what they promise.
+// URLs reach the origin and browser-opening tests straight from the page: what passes is what they promise.
 #include <string>
 
 #include "auth/auth_configuration.h"

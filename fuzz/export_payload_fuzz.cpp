@@ -1,7 +1,5 @@
-// An export request is page-controlled text of up to 44 MB. Whatever it holds, what passes must be
-// what the rules promise: a UUID, a time-stamp file name and a ZIP-shaped archive of 22 bytes to
-// 32 MiB. The bytes are read four ways: as a JSON body, as the base64 text, as the archive itself
-// and as the file name.
+// An export request is page-controlled text of up to 44 MB: what passes must be what the rules
+// promise. The bytes are read as a JSON body, as the base64 text, as the archive and as the name.
 #include <cstring>
 #include <regex>
 #include <string>

@@ -1,6 +1,5 @@
-// The clipboard holds whatever another program wrote. What copy verification accepts must be well
-// formed, and its answer must be the one ICU gives running both patterns step by step over the
-// whole text (whenever ICU finishes that within its time limit).
+// The clipboard holds whatever another program wrote: copy verification must answer as ICU does
+// running both patterns literally over the whole text (when ICU finishes within its time limit).
 #include <unicode/normalizer2.h>
 #include <unicode/regex.h>
 #include <unicode/unistr.h>
@@ -75,8 +74,8 @@ void verify(std::string_view raw) {
     require(!literal || *literal == copy, "the answer is the literal one");
 }
 
-// Fills the slots of a citation-shaped text ("|" moves to the next slot), so that mutations
-// explore near misses of Kindle's shape: ICU is not instrumented and gives the fuzzer no guidance.
+// A citation-shaped text with its slots filled ("|" moves on), so that mutations explore near misses
+// of Kindle's shape: ICU is not instrumented and gives the fuzzer no guidance.
 std::string kindleShaped(std::string_view slots) {
     static constexpr std::string_view glue[] = {"\n\n", ". ", " (", "). ", "Kindle Edition."};
     std::string raw;

@@ -1,5 +1,4 @@
-// Arbitrary JSON bodies on the "omvane" channel, from the local page's main frame: the bridge
-// never crashes, and nothing a page posts puts free text into the start-up log.
+// Any JSON on the "omvane" channel from the local page: no crash, and no free text in the start-up log.
 #include "fakes/companion_harness.h"
 #include "fuzz_check.h"
 

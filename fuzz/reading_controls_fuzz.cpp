@@ -1,5 +1,4 @@
-// Arbitrary JSON as a reading-controls status: an accepted visible status always leaves a model
-// that could have come from a well-formed page.
+// Arbitrary JSON as a reading-controls status: what is accepted could have come from a proper page.
 #include "fuzz_check.h"
 #include "reading/reading_controls_model.h"
 #include "util/text.h"
