@@ -1,10 +1,5 @@
-// An export request is page-controlled text of up to 44 MB. Whatever it holds, checking it
-// must never throw, and what passes must be what the rules promise: a UUID, a time-stamp file
-// name and a ZIP-shaped archive of 22 bytes to 32 MiB. The bytes are read four ways: as a
-// JSON body, as the base64 text, as the archive itself and as the file name.
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
+// An export request is page-controlled text of up to 44 MB: what passes must be what the rules
+// promise. The bytes are read as a JSON body, as the base64 text, as the archive and as the name.
 #include <cstring>
 #include <regex>
 #include <string>
@@ -14,123 +9,74 @@
 #include "auth/uuid.h"
 #include "export/base64.h"
 #include "export/export_payload.h"
-#include "export/markdown_export.h"
+#include "fuzz_check.h"
 
 namespace {
 
-using nlohmann::json;
 using brisel::BriselExportPayload;
-using brisel::ExportPayloadRefusal;
+using brisel::fuzz::require;
+using nlohmann::json;
 
-void require(bool condition) {
-    if (!condition) std::abort();
-}
-
-std::string encode(const uint8_t* bytes, size_t size) {
+std::string encode(std::string_view bytes) {
     static constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string text;
-    size_t i = 0;
-    for (; i + 3 <= size; i += 3) {
-        const uint32_t n = (bytes[i] << 16) | (bytes[i + 1] << 8) | bytes[i + 2];
-        for (int shift : {18, 12, 6, 0}) text += alphabet[(n >> shift) & 63];
-    }
-    if (size - i == 1) {
-        const uint32_t n = bytes[i] << 16;
-        text += {alphabet[n >> 18], alphabet[(n >> 12) & 63], '=', '='};
-    } else if (size - i == 2) {
-        const uint32_t n = (bytes[i] << 16) | (bytes[i + 1] << 8);
-        text += {alphabet[n >> 18], alphabet[(n >> 12) & 63], alphabet[(n >> 6) & 63], '='};
+    for (size_t i = 0; i < bytes.size(); i += 3) {
+        const size_t count = std::min<size_t>(3, bytes.size() - i);
+        uint32_t group = 0;
+        for (size_t j = 0; j < 3; ++j) group = group << 8 | (j < count ? static_cast<uint8_t>(bytes[i + j]) : 0);
+        for (size_t j = 0; j < 4; ++j) text += j <= count ? alphabet[(group >> (18 - 6 * j)) & 63] : '=';
     }
     return text;
 }
 
-bool looksLikeZip(const uint8_t* bytes, size_t size) {
-    return size >= brisel::minimumExportArchiveBytes && size <= brisel::maximumExportArchiveBytes &&
-           std::memcmp(bytes, "PK\x03\x04", 4) == 0 && std::memcmp(bytes + size - 22, "PK\x05\x06", 4) == 0;
+bool looksLikeZip(std::string_view bytes) {
+    return bytes.size() >= brisel::minimumExportArchiveBytes && bytes.size() <= brisel::maximumExportArchiveBytes &&
+           bytes.starts_with(std::string_view("PK\x03\x04", 4)) &&
+           bytes.substr(bytes.size() - 22).starts_with(std::string_view("PK\x05\x06", 4));
 }
 
-void checkInvariants(const json& body) {
+bool matchesNamePattern(const std::string& name) {
+    static const std::regex pattern("^Brisel-[0-9]{8}T[0-9]{6}Z\\.zip$");
+    return std::regex_search(name, pattern);
+}
+
+json bodyWith(std::string base64, std::string filename = "Brisel-20250101T093000Z.zip") {
+    return {{"action", "exportMarkdown"}, {"requestId", "5F1B5C2E-6A1D-4C4B-9B7E-2F0C1D2E3F40"},
+            {"filename", std::move(filename)}, {"base64", std::move(base64)}};
+}
+
+void checkPromises(const json& body) {
     const auto check = BriselExportPayload::check(body);
-    require(check.payload.has_value() == (check.refusal == ExportPayloadRefusal::none));
+    require(check.payload.has_value() == (check.refusal == brisel::ExportPayloadRefusal::none), "payload or refusal");
     if (!check.payload) return;
-    const auto& payload = *check.payload;
-    static const std::regex namePattern("^Brisel-[0-9]{8}T[0-9]{6}Z\\.zip$");
-    require(brisel::isUUIDString(payload.requestId));
-    require(brisel::isExportFileName(payload.filename) && std::regex_search(payload.filename, namePattern));
-    require(payload.data.size() >= brisel::minimumExportArchiveBytes);
-    require(payload.data.size() <= brisel::maximumExportArchiveBytes);
-    require(looksLikeZip(payload.data.data(), payload.data.size()));
-    require(payload.data.capacity() == payload.data.size());
-    require(body.at("base64").get_ref<const std::string&>().size() <= brisel::maximumExportBase64Bytes);
+    const auto& data = check.payload->data;
+    require(brisel::isUUIDString(check.payload->requestId) && matchesNamePattern(check.payload->filename) &&
+                looksLikeZip({reinterpret_cast<const char*>(data.data()), data.size()}) && data.capacity() == data.size() &&
+                body.at("base64").get_ref<const std::string&>().size() <= brisel::maximumExportBase64Bytes,
+            "a UUID, a time-stamp file name and a ZIP-shaped archive in a buffer of its size");
 }
-
-json validBody(std::string base64, std::string filename = "Brisel-20250101T093000Z.zip") {
-    return {{"action", "exportMarkdown"},
-            {"requestId", "5F1B5C2E-6A1D-4C4B-9B7E-2F0C1D2E3F40"},
-            {"filename", std::move(filename)},
-            {"base64", std::move(base64)}};
-}
-
-// The export itself, on a page that is always the local one and a sheet the user always
-// dismisses: every message gets at most one answer, and nothing stays open.
-class LocalPage final : public brisel::WebViewPort {
-public:
-    int results = 0;
-    void load(const std::string&, brisel::Duration) override {}
-    std::optional<std::string> currentURL() const override { return "http://127.0.0.1:47831/"; }
-    const void* identity() const override { return this; }
-    void evaluate(const std::string&, std::function<void(brisel::ScriptResult)>) override {}
-    void callAsyncFunction(const std::string&, const json&) override { ++results; }
-};
-
-class DismissedSheet final : public brisel::SavePanelPort {
-public:
-    bool hasPresenter() const override { return true; }
-    void beginSheet(const brisel::SaveSheetOptions&, brisel::SaveSheetCompletion completion) override {
-        completion(std::nullopt);
-    }
-    void cancelSheet() override {}
-};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string bytes(reinterpret_cast<const char*>(data), size);
+    const std::string bytes(brisel::fuzz::text(data, size));
 
-    // As a whole message body.
-    const json parsed = json::parse(bytes, nullptr, false);
-    if (!parsed.is_discarded()) {
-        checkInvariants(parsed);
-        LocalPage page;
-        DismissedSheet sheet;
-        brisel::BriselMarkdownExport exporter(page, "http://127.0.0.1:47831", sheet);
-        exporter.handle({parsed, true, {"http", "127.0.0.1", 47831}, &page});
-        require(page.results <= 1);
-        require(!exporter.requestId() && !exporter.sheetOpen());
-    }
+    if (const json parsed = json::parse(bytes, nullptr, false); !parsed.is_discarded()) checkPromises(parsed);
 
-    // As the base64 text: what decodes is the one canonical spelling of its bytes.
+    // As base64: what decodes is the one canonical spelling of its bytes.
     if (const auto decoded = brisel::decodeBase64(bytes)) {
-        require(decoded->size() == brisel::base64DecodedSize(bytes));
-        require(encode(decoded->data(), decoded->size()) == bytes);
+        require(decoded->size() == brisel::base64DecodedSize(bytes), "decoded size");
+        require(encode({reinterpret_cast<const char*>(decoded->data()), decoded->size()}) == bytes, "canonical");
     }
-    checkInvariants(validBody(bytes));
+    checkPromises(bodyWith(bytes));
 
-    // As the archive, sent correctly encoded: accepted exactly when it is ZIP-shaped.
-    const auto archive = BriselExportPayload::fromBody(validBody(encode(data, size)));
-    require(archive.has_value() == looksLikeZip(data, size));
-    if (archive) require(std::memcmp(archive->data.data(), data, size) == 0);
+    // As the archive, correctly encoded: accepted exactly when it is ZIP-shaped, byte for byte.
+    const auto archive = BriselExportPayload::fromBody(bodyWith(encode(bytes)));
+    require(archive.has_value() == looksLikeZip(bytes), "ZIP-shaped archives pass");
+    if (archive) require(std::memcmp(archive->data.data(), data, size) == 0, "the bytes sent");
 
     // As the file name, against the regular expression it stands for.
-    if (size <= 64) {
-        static const std::regex namePattern("^Brisel-[0-9]{8}T[0-9]{6}Z\\.zip$");
-        require(brisel::isExportFileName(bytes) == std::regex_search(bytes, namePattern));
-        static const std::string smallestZip = [] {
-            std::string zip = std::string("PK\x03\x04", 4) + std::string("PK\x05\x06", 4) + std::string(18, '\0');
-            return encode(reinterpret_cast<const uint8_t*>(zip.data()), zip.size());
-        }();
-        const auto named = BriselExportPayload::fromBody(validBody(smallestZip, bytes));
-        require(named.has_value() == brisel::isExportFileName(bytes));
-    }
+    static const std::string smallestZip = encode(std::string("PK\x03\x04PK\x05\x06", 8) + std::string(18, '\0'));
+    if (size <= 64) require(BriselExportPayload::fromBody(bodyWith(smallestZip, bytes)).has_value() == matchesNamePattern(bytes), "the file name rule");
     return 0;
 }

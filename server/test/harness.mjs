@@ -1,93 +1,41 @@
-// Shared by the server tests: starts the real entry scripts as child processes on free loopback
-// ports and talks raw HTTP to them, so request paths reach the server exactly as written.
+// The real entry scripts as child processes on free loopback ports, spoken to in raw HTTP.
 import { spawn } from 'node:child_process';
 import http from 'node:http';
-import net from 'node:net';
 import { fileURLToPath } from 'node:url';
 
 export const SERVER_DIR = fileURLToPath(new URL('..', import.meta.url));
 
-// A port the OS just handed out on `host`, closed again for the server to take.
-export function freePort(host = '127.0.0.1') {
-  return new Promise((resolve, reject) => {
-    const probe = net.createServer();
-    probe.once('error', reject);
-    probe.listen(0, host, () => {
-      const { port } = probe.address();
-      probe.close(() => resolve(port));
-    });
-  });
-}
-
-export function canListenOn(host) {
-  return new Promise((resolve) => {
-    const probe = net.createServer();
-    probe.once('error', () => resolve(false));
-    probe.listen(0, host, () => probe.close(() => resolve(true)));
-  });
-}
-
-function serverEnvironment(extra) {
-  const env = { ...process.env, ...extra };
-  // The runner's own settings are not the server's business (Brisel clears NODE_OPTIONS too).
-  delete env.NODE_OPTIONS;
-  delete env.NODE_TEST_CONTEXT;
-  for (const [key, value] of Object.entries(env)) if (value === undefined) delete env[key];
-  return env;
-}
-
-// Runs `script` (server.mjs or desktop-server.mjs). `closed` resolves with the exit code and
-// signal once the process has ended and its output is complete.
-export function spawnServer(script, env = {}) {
-  const child = spawn(process.execPath, [script], {
-    cwd: SERVER_DIR,
-    env: serverEnvironment(env),
-    stdio: ['ignore', 'pipe', 'pipe'],
-  });
+// Runs `script` with `env` over the runner's environment less its own settings (Brisel clears
+// NODE_OPTIONS too); `closed` resolves with the exit code and signal once the output is complete.
+export function spawnServer(script, env) {
+  const { NODE_OPTIONS, NODE_TEST_CONTEXT, ...inherited } = process.env;
+  const child = spawn(process.execPath, [script], { cwd: SERVER_DIR, env: { ...inherited, ...env }, stdio: ['ignore', 'pipe', 'pipe'] });
   const output = { stdout: '', stderr: '' };
-  child.stdout.setEncoding('utf8').on('data', (text) => { output.stdout += text; });
-  child.stderr.setEncoding('utf8').on('data', (text) => { output.stderr += text; });
+  for (const stream of ['stdout', 'stderr']) child[stream].setEncoding('utf8').on('data', (text) => { output[stream] += text; });
   const closed = new Promise((resolve) => child.once('close', (code, signal) => resolve({ code, signal })));
   return { child, output, closed };
 }
 
-// Starts a server and waits for its "listening on" line; fails if it exits first.
-export async function startServer(script, { host = '127.0.0.1', port, env = {} } = {}) {
-  port ??= await freePort(host);
-  const server = spawnServer(script, { HOST: host, PORT: String(port), ...env });
+// Starts a server on a port the system picks (PORT=0), once it says where it listens.
+export async function startServer(script) {
+  const server = spawnServer(script, { HOST: '127.0.0.1', PORT: '0' });
   const url = await new Promise((resolve, reject) => {
-    const onData = () => {
+    server.child.stdout.on('data', () => {
       const match = /listening on (http:\/\/\S+)/.exec(server.output.stdout);
-      if (!match) return;
-      server.child.stdout.off('data', onData);
-      resolve(match[1]);
-    };
-    server.child.stdout.on('data', onData);
-    server.closed.then(({ code, signal }) =>
-      reject(new Error(`server ended before listening (${code ?? signal}): ${server.output.stderr}`)));
+      if (match) resolve(match[1]);
+    });
+    server.closed.then(({ code, signal }) => reject(new Error(`ended before listening (${code ?? signal}): ${server.output.stderr}`)));
   });
-  return {
-    ...server,
-    host,
-    port,
-    url,
-    async stop() {
-      if (server.child.exitCode === null && server.child.signalCode === null) server.child.kill('SIGTERM');
-      return server.closed;
-    },
-  };
+  return { ...server, port: Number(new URL(url).port), stop: () => (server.child.kill('SIGTERM'), server.closed) };
 }
 
-// One request without a pooled connection. `path` is sent verbatim, dot segments and all.
+// One request, `path` verbatim.
 export function request(port, path, { method = 'GET', host = '127.0.0.1', headers = {}, agent = false } = {}) {
   return new Promise((resolve, reject) => {
-    const req = http.request({ host, port, path, method, headers, agent }, (res) => {
-      const chunks = [];
-      res.on('data', (chunk) => chunks.push(chunk));
-      res.on('end', () => resolve({ status: res.statusCode, headers: res.headers, body: Buffer.concat(chunks).toString('utf8') }));
-      res.on('error', reject);
-    });
-    req.on('error', reject);
-    req.end();
+    http.request({ host, port, path, method, headers, agent }, (res) => {
+      let body = '';
+      res.setEncoding('utf8').on('data', (chunk) => { body += chunk; });
+      res.on('end', () => resolve({ status: res.statusCode, headers: res.headers, body }));
+    }).on('error', reject).end();
   });
 }

@@ -1,8 +1,6 @@
 #!/usr/bin/env bash
-# Runs a command on a desktop of its own: Xvfb, the openbox window manager (so windows are
-# activated and focused as on a user's desktop) and a session bus, on which the accessibility
-# bus and its registry start when first asked for.
-#   desktop_session.sh COMMAND [ARGUMENT...]
+# Runs COMMAND [ARGUMENT...] on a desktop of its own: Xvfb, the openbox window manager (windows are
+# activated and focused as on a user's desktop) and a session bus, which starts the accessibility bus.
 set -euo pipefail
 exec xvfb-run -a -s "-screen 0 1440x900x24" dbus-run-session -- bash -c '
   openbox --sm-disable >/dev/null 2>&1 &

@@ -2,13 +2,9 @@
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
 
-#include <iostream>
-
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
-    if (!gtk_init_check(&argc, &argv)) {
-        std::cerr << "brisel_gtk_tests needs an X display (run it under xvfb-run).\n";
-        return 1;
-    }
-    return RUN_ALL_TESTS();
+    if (gtk_init_check(&argc, &argv)) return RUN_ALL_TESTS();
+    g_printerr("%s needs an X display (run it under xvfb-run).\n", argv[0]);
+    return 1;
 }

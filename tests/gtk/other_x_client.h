@@ -18,27 +18,19 @@ public:
     Window root() const { return DefaultRootWindow(display_); }
     Atom atom(const char* name) const { return XInternAtom(display_, name, False); }
 
-    // The X error that `requests` caused, 0 for none. GDK's error handler ignores connections
-    // it did not open, so errors here are caught with a handler of our own.
+    // The X error that `requests` caused, 0 for none (GDK's handler ignores connections it did not open).
     int errorOf(const std::function<void()>& requests) const {
+        static int lastError;
         XSync(display_, False);
-        lastError() = 0;
-        const XErrorHandler previous = XSetErrorHandler([](Display*, XErrorEvent* error) {
-            lastError() = error->error_code;
-            return 0;
-        });
+        lastError = 0;
+        const XErrorHandler previous = XSetErrorHandler([](Display*, XErrorEvent* error) { return lastError = error->error_code, 0; });
         requests();
         XSync(display_, False);
         XSetErrorHandler(previous);
-        return lastError();
+        return lastError;
     }
 
 private:
-    static int& lastError() {
-        static int error = 0;
-        return error;
-    }
-
     Display* display_;
 };
 

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <initializer_list>
 #include <optional>
@@ -23,19 +24,17 @@
 #include "physical_key_codes.h"
 #include "shell.h"
 
-// The whole Linux shell in the test's process, with the bridge console page loaded from the
-// page server that the companion launches from the bundle, and what the page received.
+// The whole Linux shell in the test's process.
 namespace brisel::gtk::testing {
 
 using nlohmann::json;
 
+// A loopback port the system just handed out, free again for the page server.
 inline int freePort() {
     const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
     socklen_t length = sizeof address;
-    ::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    ::bind(socket, reinterpret_cast<sockaddr*>(&address), length);
     ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
     ::close(socket);
     return ntohs(address.sin_port);
@@ -52,64 +51,61 @@ inline void typeOnKeyboard(std::initializer_list<KeySym> modifiers, uint32_t mac
     XFlush(display);
 }
 
-class ShellEndToEnd : public ::testing::Test {
+// The shell of the product on `localURL`, its state and settings in a folder of the test's own.
+class ShellTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() { g_setenv("GSETTINGS_BACKEND", "memory", TRUE); }
-
-    ShellEndToEnd()
-        : localURL("http://127.0.0.1:" + std::to_string(freePort())),
-          shell(localURL, {std::filesystem::path(BRISEL_BUNDLE_RESOURCES), home / "state", home / "config"}) {
+    explicit ShellTest(const std::string& localURL, Duration pageLoadTimeout = CompanionSettings().pageLoadTimeout)
+        : shell(localURL, {BRISEL_BUNDLE_RESOURCES, home / "state", home / "config"}, pageLoadTimeout) {
         shell.companion().applicationDidFinishLaunching();
-        EXPECT_TRUE(main_loop::runUntil([&] { return shell.companion().pageReady() && consoleStarted(); }, 30000))
-            << "the console page did not load from " << localURL;
     }
-    ~ShellEndToEnd() override { shell.companion().applicationWillTerminate(); }
+    ~ShellTest() override { shell.companion().applicationWillTerminate(); }
 
     // Runs `expression` in the page and returns its value through JSON.
     json page(const std::string& expression) {
         std::optional<ScriptResult> answer;
-        shell.webView().evaluate("JSON.stringify(" + expression + ")",
-                                 [&](ScriptResult result) { answer = std::move(result); });
+        shell.webView().evaluate("JSON.stringify(" + expression + ")", [&](ScriptResult result) { answer = std::move(result); });
         main_loop::runUntil([&] { return answer.has_value(); });
-        if (!answer || !answer->stringValue) return nullptr;
-        return json::parse(*answer->stringValue, nullptr, false);
+        return answer && answer->stringValue ? json::parse(*answer->stringValue, nullptr, false) : json();
     }
-    bool consoleStarted() { return page("typeof window.briselConsole === 'object'") == true; }
-    void click(const std::string& id) {
-        ASSERT_EQ(page("(() => { const e = document.getElementById('" + id + "'); e?.click(); return !!e; })()"), true)
-            << id;
-    }
-
-    json received(const std::string& name) {
-        json found = json::array();
-        for (const auto& event : page("window.briselConsole.events")) {
-            if (event["name"] == name) found.push_back(event["detail"]);
+    // The start-up log's lines for `event`.
+    std::vector<json> logged(const std::string& event) {
+        std::ifstream log(home / "state/startup.log");
+        std::vector<json> found;
+        for (std::string line; std::getline(log, line);) {
+            if (json entry = json::parse(line, nullptr, false); entry.value("event", "") == event) found.push_back(entry);
         }
         return found;
-    }
-    json nativeEvents(const std::string& type) {
-        json found = json::array();
-        for (const auto& detail : received("omvane:native")) {
-            if (detail["type"] == type) found.push_back(detail);
-        }
-        return found;
-    }
-    std::vector<std::string> statusErrors() {
-        std::vector<std::string> errors;
-        for (const auto& status : nativeEvents("status")) {
-            if (status.contains("error")) errors.push_back(status["error"]);
-        }
-        return errors;
-    }
-    size_t statusCount() { return nativeEvents("status").size(); }
-    // Waits until `count` of the page's record reaches `expected`.
-    bool waitFor(const std::function<size_t()>& count, size_t expected) {
-        return main_loop::runUntil([&] { return count() >= expected; }, 10000);
     }
 
     brisel::testing::TempDir home;
-    std::string localURL;
     Shell shell;
+};
+
+// The shell with the bridge console the companion serves from the bundle, and what the page got.
+class ShellEndToEnd : public ShellTest {
+protected:
+    // The file chooser remembers its folders in GSettings; the tests keep them off the user's.
+    static void SetUpTestSuite() { g_setenv("GSETTINGS_BACKEND", "memory", TRUE); }
+
+    ShellEndToEnd() : ShellTest("http://127.0.0.1:" + std::to_string(freePort())) {
+        EXPECT_TRUE(main_loop::runUntil([&] { return shell.companion().pageReady() && page("!!window.briselConsole") == true; }, 30000))
+            << "the console page did not load";
+    }
+
+    void click(const std::string& id) {
+        ASSERT_EQ(page("(() => { const e = document.getElementById('" + id + "'); e?.click(); return !!e; })()"), true) << id;
+    }
+    // The details of the events named `name` the page received, of `type` when given.
+    json received(const std::string& name, const std::string& type = "") {
+        return page("window.briselConsole.events.filter(e => e.name === '" + name + "'" +
+                    (type.empty() ? "" : " && e.detail?.type === '" + type + "'") + ").map(e => e.detail)");
+    }
+    std::vector<std::string> statusErrors() {
+        return page("window.briselConsole.events.filter(e => e.detail?.type === 'status' && 'error' in e.detail)"
+                    ".map(e => e.detail.error)");
+    }
+    // Waits (on events, at most ten seconds) until `count` reaches `expected`.
+    static bool waitFor(const std::function<size_t()>& count, size_t expected) { return main_loop::runUntil([&] { return count() >= expected; }, 10000); }
 };
 
 }  // namespace brisel::gtk::testing

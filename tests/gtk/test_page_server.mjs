@@ -1,39 +1,29 @@
-// Stands in for the page server in the web view's tests: it answers the status probe as the
-// bundled server does, prints its port, and serves one of two pages at the root:
-//   frames  a page whose frames each post on the message channel and then tell the top page
-//           what they posted: one from the same origin, a sandboxed one (opaque origin), one
-//           that the top page writes itself (about:blank, the top page's origin), and two srcdoc
-//           frames, plain and sandboxed, whose documents the navigation policy never lets in;
-//   silent  accepts the page's request and never answers it.
+// The page server of the web view's tests: answers the status probe, prints its port, and serves
+//   frames  frames that post on the message channel, then tell the top page: same-origin,
+//           sandboxed, written by the top page (about:blank), and srcdoc, plain and sandboxed;
+//   silent  a page request that is never answered.
 import http from 'node:http';
 import { STATUS } from '../../server/lib/page-server.mjs';
-
-const page = process.argv[2];
 
 // Posts a script-error report named `errorType`, then tells the top page how that went.
 const postFromFrame = (errorType) => `<script>
   let outcome = ${JSON.stringify(errorType)};
-  try {
-    window.webkit.messageHandlers.omvane.postMessage({ action: 'diagnostic', event: 'script-error', errorType: outcome });
-  } catch (error) {
-    outcome += ' failed: ' + error.name;
-  }
+  try { window.webkit.messageHandlers.omvane.postMessage({ action: 'diagnostic', event: 'script-error', errorType: outcome }); }
+  catch (error) { outcome += ' failed: ' + error.name; }
   parent.postMessage(outcome, '*');
 </script>`;
-
 const attribute = (html) => html.replaceAll('&', '&amp;').replaceAll('"', '&quot;');
 
-const framesPage = `<!doctype html>
-<meta charset="utf-8">
-<title>frames</title>
+const pages = {
+  '/': `<!doctype html><meta charset="utf-8"><title>frames</title>
 <script>
   window.framesPosted = [];
   addEventListener('message', (event) => window.framesPosted.push(event.data));
   window.postFromTop = (errorType) =>
     window.webkit.messageHandlers.omvane.postMessage({ action: 'diagnostic', event: 'script-error', errorType });
 </script>
-<iframe src="/frame?errorType=TypeError"></iframe>
-<iframe sandbox="allow-scripts" src="/frame?errorType=RangeError"></iframe>
+<iframe src="/frame"></iframe>
+<iframe sandbox="allow-scripts" src="/sandboxed"></iframe>
 <iframe srcdoc="${attribute(postFromFrame('URIError'))}"></iframe>
 <iframe sandbox="allow-scripts" srcdoc="${attribute(postFromFrame('EvalError'))}"></iframe>
 <iframe id="written"></iframe>
@@ -41,24 +31,16 @@ const framesPage = `<!doctype html>
   const written = document.getElementById('written').contentDocument;
   written.write(${JSON.stringify(postFromFrame('SyntaxError')).replaceAll('</', '<\\/')});
   written.close();
-</script>
-`;
+</script>`,
+  '/frame': postFromFrame('TypeError'),
+  '/sandboxed': postFromFrame('RangeError'),
+};
 
 const server = http.createServer((request, response) => {
-  const url = new URL(request.url, 'http://127.0.0.1');
-  if (url.pathname === '/api/status') {
-    response.writeHead(200, { 'Content-Type': 'application/json' });
-    response.end(JSON.stringify(STATUS.local));
-  } else if (page === 'frames' && url.pathname === '/') {
-    response.writeHead(200, { 'Content-Type': 'text/html; charset=utf-8' });
-    response.end(framesPage);
-  } else if (page === 'frames' && url.pathname === '/frame') {
-    response.writeHead(200, { 'Content-Type': 'text/html; charset=utf-8' });
-    response.end(`<!doctype html><meta charset="utf-8">${postFromFrame(url.searchParams.get('errorType'))}`);
-  } else if (page !== 'silent') {
-    response.writeHead(404);
-    response.end();
+  if (request.url === '/api/status') {
+    response.writeHead(200, { 'Content-Type': 'application/json' }).end(JSON.stringify(STATUS.local));
+  } else if (process.argv[2] === 'frames') {
+    response.writeHead(pages[request.url] ? 200 : 404, { 'Content-Type': 'text/html; charset=utf-8' }).end(pages[request.url]);
   }
-  // "silent": the request stays open and unanswered.
 });
 server.listen(0, '127.0.0.1', () => console.log(server.address().port));

@@ -2,29 +2,19 @@
 
 #include <gtk/gtk.h>
 
-#include <functional>
 #include <string>
 
 namespace brisel::gtk::widgets {
 
-// The first widget under `root`, itself included, that `matches`, depth first.
-inline GtkWidget* find(GtkWidget* root, const std::function<bool(GtkWidget*)>& matches) {
-    if (matches(root)) return root;
-    if (!GTK_IS_CONTAINER(root)) return nullptr;
-    GList* children = gtk_container_get_children(GTK_CONTAINER(root));
+// The first widget under `root` (itself included) by the name the shell or assistive technologies give it.
+inline GtkWidget* named(GtkWidget* root, const std::string& name) {
+    if (gtk_widget_get_name(root) == name || g_strcmp0(atk_object_get_name(gtk_widget_get_accessible(root)), name.c_str()) == 0) return root;
     GtkWidget* found = nullptr;
-    for (GList* child = children; child && !found; child = child->next) {
-        found = find(GTK_WIDGET(child->data), matches);
-    }
+    GList* children = GTK_IS_CONTAINER(root) ? gtk_container_get_children(GTK_CONTAINER(root)) : nullptr;
+    for (GList* child = children; child && !found; child = child->next) found = named(GTK_WIDGET(child->data), name);
     g_list_free(children);
     return found;
 }
-
-// A button by the name assistive technologies read for it.
-inline GtkWidget* buttonNamed(GtkWindow* window, const std::string& accessibleName) {
-    return find(GTK_WIDGET(window), [&](GtkWidget* widget) {
-        return GTK_IS_BUTTON(widget) && atk_object_get_name(gtk_widget_get_accessible(widget)) == accessibleName;
-    });
-}
+inline GtkWidget* named(GtkWindow* window, const std::string& name) { return named(GTK_WIDGET(window), name); }
 
 }  // namespace brisel::gtk::widgets
