@@ -1,5 +1,7 @@
 #include "bridge/native_events.h"
 
+#include <cmath>
+
 #include <gtest/gtest.h>
 
 namespace brisel {
@@ -40,8 +42,10 @@ TEST(NativeEventScript, CarriesTheEventAsTheWholeLiteralOfDetail) {
               std::string::npos);
 }
 
-TEST(NativeEventScript, RefusesTextThatIsNotUTF8) {
+TEST(NativeEventScript, RefusesWhatCannotBeSerialised) {
     EXPECT_EQ(nativeEventScript({{"type", "status"}, {"error", "\xFF"}}), std::nullopt);
+    EXPECT_EQ(nativeEventScript({{"type", "status"}, {"n", std::nan("")}}), std::nullopt);
+    EXPECT_EQ(nativeEventScript({{"type", "status"}, {"n", {{"deep", -HUGE_VAL}}}}), std::nullopt);
 }
 
 }  // namespace
