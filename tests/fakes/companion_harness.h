@@ -89,7 +89,7 @@ struct CompanionHarness : FakeDesktop {
     std::filesystem::path logFolder() const { return home / "Library/Logs/Brisel"; }
 
     Companion& make(CompanionSettings settings = {}) {
-        if (settings.logFolder.empty()) settings.logFolder = logFolder();
+        if (!settings.logFolder) settings.logFolder = logFolder();
         if (!settings.resources) settings.resources = resources();
         if (settings.processID == 0) settings.processID = 4242;
         companion = std::make_unique<Companion>(ports(queue, http, launcher), std::move(settings));
