@@ -1,9 +1,13 @@
 // The real launcher and probe against real node servers on loopback ports of the test's own.
 #include <arpa/inet.h>
+#include <fcntl.h>
+#include <sys/wait.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -174,6 +178,38 @@ TEST_F(ServerSupervisionTest, AListenerThatNeverAnswersIsUnavailableWithinThePro
     const auto started = Clock::now();
     EXPECT_EQ(probeOnce(), Probe::unavailable);
     EXPECT_LT(Clock::now() - started, 3s) << "bounded by the 0.75-second time-out";
+}
+
+// The child holds no descriptor of this process but its three streams, whether or not it was
+// opened close-on-exec, and a child that ends by itself is collected without anyone asking.
+TEST(PosixProcessLauncher, TheChildInheritsNoDescriptorAndIsCollectedWhenItEnds) {
+    testing::TempDir dir;
+    testing::writeFile(dir / "marker", "");
+    const int marker = ::open((dir / "marker").c_str(), O_RDONLY);
+    const char* script = R"(const fs = require('fs');
+        const files = Object.fromEntries(fs.readdirSync('/proc/self/fd').map((fd) => { try { return [fd, fs.readlinkSync('/proc/self/fd/' + fd)]; } catch { return [fd, '']; } }));
+        fs.writeFileSync(process.argv[1] + '.part', JSON.stringify({ pid: process.pid, files }));
+        fs.renameSync(process.argv[1] + '.part', process.argv[1]);)";
+    const auto report = dir / "report.json";
+    auto child = PosixProcessLauncher().launch({BRISEL_NODE, {"-e", script, report.string()}, dir.path().string(), currentEnvironment()});
+    ::close(marker);
+    ASSERT_TRUE(child);
+    const auto eventually = [](const std::function<bool()>& condition) {
+        for (const auto deadline = Clock::now() + 20s; Clock::now() < deadline; std::this_thread::sleep_for(5ms)) {
+            if (condition()) return true;
+        }
+        return false;
+    };
+    ASSERT_TRUE(eventually([&] { return std::filesystem::exists(report); }));
+    const auto seen = nlohmann::json::parse(testing::readFile(report));
+    for (const auto& [fd, file] : seen["files"].items()) EXPECT_NE(file, (dir / "marker").string()) << "descriptor " << fd;
+    for (const char* fd : {"0", "1", "2"}) EXPECT_EQ(seen["files"][fd], "/dev/null");
+    const pid_t pid = seen["pid"];
+    EXPECT_TRUE(eventually([pid] {
+        siginfo_t info{};
+        return ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) < 0 && errno == ECHILD;
+    })) << "no zombie is left";
+    EXPECT_FALSE(child->isRunning());
 }
 
 }  // namespace
