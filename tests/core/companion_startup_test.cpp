@@ -149,6 +149,9 @@ TEST(CloudBackend, IsReadFromTheTrimmedResourceFileAndIsCaseSensitive) {
         testing::writeFile(dir / "backend-mode.txt", text);
         EXPECT_EQ(readCloudBackend(dir.path()), cloud) << '"' << text << '"';
     }
+    std::filesystem::remove(dir / "backend-mode.txt");
+    std::filesystem::create_directory(dir / "backend-mode.txt");
+    EXPECT_FALSE(readCloudBackend(dir.path())) << "a folder in its place";
 }
 
 TEST_F(StartupTest, ProbeAnswersAfterTheCompanionIsGoneDoNothing) {

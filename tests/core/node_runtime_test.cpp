@@ -76,6 +76,19 @@ TEST_F(NodeRuntimeTest, RejectsRelativeMultiLineAndNonExecutableNodePaths) {
     EXPECT_EQ(resolveNodeRuntime(resources()), std::nullopt);
 }
 
+TEST_F(NodeRuntimeTest, AModeFileThatCannotBeReadCountsAsMissing) {
+    makeExecutable(bundled());
+    std::filesystem::create_directory(resources() / "runtime-mode.txt");
+    EXPECT_EQ(resolveNodeRuntime(resources()), bundled()) << "a folder in its place";
+    std::filesystem::remove(resources() / "runtime-mode.txt");
+    std::filesystem::create_symlink("runtime-mode.txt", resources() / "runtime-mode.txt");
+    EXPECT_EQ(resolveNodeRuntime(resources()), bundled()) << "a link to itself";
+    std::filesystem::remove(resources() / "runtime-mode.txt");
+    setting("runtime-mode.txt", "external-development");
+    std::filesystem::create_directory(resources() / "node-path.txt");
+    EXPECT_EQ(resolveNodeRuntime(resources()), std::nullopt) << "a folder in the node path's place";
+}
+
 TEST(ServerEnvironment, PutsTheRuntimeFirstOnPathAndDropsTheUsersNodeSettings) {
     const Environment inherited{{"PATH", "/usr/local/bin:/usr/bin"},
                                 {"NODE_OPTIONS", "--require /tmp/evil.js"},
