@@ -58,15 +58,6 @@ std::optional<std::filesystem::path> resourcesFolder() {
     return resources;
 }
 
-// The start-up log lives in the XDG state folder, where Linux keeps logs of a user's programs.
-std::filesystem::path logFolder() {
-    if (const char* state = std::getenv("XDG_STATE_HOME"); state && *state == '/') {
-        return std::filesystem::path(state) / "Brisel";
-    }
-    const char* home = std::getenv("HOME");
-    return std::filesystem::path(home && *home ? home : "/tmp") / ".local/state/Brisel";
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -85,8 +76,10 @@ int main(int argc, char** argv) {
     g_set_application_name("Brisel");
 
     const auto preferences = FileKeyValueStore::userFolder(std::getenv("XDG_CONFIG_HOME"), std::getenv("HOME"));
-    // Without any home the bindings still work for this run, kept in the temporary folder.
-    gtk::Shell shell(options->localURL, {resourcesFolder(), logFolder(),
+    // Without any home the bindings still work for this run, kept in the temporary folder; the
+    // start-up log is not kept at all.
+    const auto log = StartupDiagnostics::linuxFolder(std::getenv("XDG_STATE_HOME"), std::getenv("HOME"));
+    gtk::Shell shell(options->localURL, {resourcesFolder(), log,
                                          preferences.value_or(std::filesystem::temp_directory_path() / "Brisel")});
     Companion& companion = shell.companion();
 

@@ -27,7 +27,7 @@ namespace brisel::gtk {
 
 struct ShellFolders {
     std::optional<std::filesystem::path> resources;  // the bundle's Contents/Resources
-    std::filesystem::path log;                        // the start-up log
+    std::optional<std::filesystem::path> log;         // the start-up log; none without a home
     std::filesystem::path preferences;                // the shortcut bindings
 };
 

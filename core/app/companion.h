@@ -75,7 +75,7 @@ struct CompanionSettings {
     std::string localURL = productLocalURL;  // tests serve on a free port
     bool cloudBackend = false;
     std::optional<std::filesystem::path> resources;
-    std::filesystem::path logFolder;
+    std::optional<std::filesystem::path> logFolder;  // none: no start-up log
     Environment environment;  // what the server child inherits
     int64_t processID = 0;
     Duration pageLoadTimeout{60000};  // tests of the shells wait less

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -22,9 +23,15 @@ public:
     static constexpr Duration openPeriod = std::chrono::seconds(60);
     static constexpr const char* fileName = "startup.log";
 
-    // Creates `folder` (0700), empties "startup.log" in it (0600) and keeps it open. On failure
-    // it says so once on standard error and every later write does nothing.
-    explicit StartupDiagnostics(const std::filesystem::path& folder,
+    // Where Linux keeps a user's logs: $XDG_STATE_HOME/Brisel, else ~/.local/state/Brisel; none
+    // without an absolute path for either.
+    static std::optional<std::filesystem::path> linuxFolder(const char* xdgStateHome, const char* home);
+
+    // Creates `folder` (0700), empties "startup.log" in it (0600) and keeps it open. An existing
+    // folder must be the user's own and 0700, and no link in the folder's or the file's place is
+    // followed. Without a folder (no home), or on any failure, it says so once on standard error
+    // and every later write does nothing.
+    explicit StartupDiagnostics(const std::optional<std::filesystem::path>& folder,
                                 std::function<Clock::time_point()> clock = Clock::now);
     ~StartupDiagnostics();
     StartupDiagnostics(const StartupDiagnostics&) = delete;

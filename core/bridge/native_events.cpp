@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "util/json_text.h"
+
 namespace brisel {
 
 namespace {
@@ -14,15 +16,11 @@ std::string typeOf(const NativeEvent& event) {
 }  // namespace
 
 std::optional<std::string> nativeEventScript(const NativeEvent& event) {
-    std::string json;
-    try {
-        // Escaping every non-ASCII character keeps U+2028 and U+2029 from ending a line inside
-        // the literal on older engines, and the output is plain ASCII whatever the input.
-        json = event.dump(-1, ' ', true, nlohmann::json::error_handler_t::strict);
-    } catch (const nlohmann::json::exception&) {
-        return std::nullopt;
-    }
-    return "(() => { const detail = " + json +
+    // Escaping every non-ASCII character keeps U+2028 and U+2029 from ending a line inside the
+    // literal on older engines, and the output is plain ASCII whatever the input.
+    const auto json = strictJSONText(event, true);
+    if (!json) return std::nullopt;
+    return "(() => { const detail = " + *json +
            "; if (detail.type !== 'selection') window.__omvaneLastNative = detail; "
            "window.dispatchEvent(new CustomEvent('omvane:native', { detail })); })();";
 }

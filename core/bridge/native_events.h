@@ -13,7 +13,7 @@ using NativeEvent = nlohmann::json;
 
 // The script that hands `event` to the page as the DOM event "omvane:native". The JSON text is
 // the whole literal of `detail`, so any text reaches the page unchanged. Absent when the event
-// cannot be serialised.
+// cannot be serialised (NaN, infinity, text that is not UTF-8): such an event is dropped.
 std::optional<std::string> nativeEventScript(const NativeEvent& event);
 
 // Events held back while the page is not ready. A selection is never queued (a passage is not

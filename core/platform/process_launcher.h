@@ -24,7 +24,8 @@ public:
 class ProcessLauncher {
 public:
     virtual ~ProcessLauncher() = default;
-    // Starts the child with standard input, output and error on the null device.
+    // Starts the child with standard input, output and error on the null device and no other
+    // descriptor of this process. A child that exits by itself is collected, never left a zombie.
     // Returns null when the process could not be started.
     virtual std::unique_ptr<ChildProcess> launch(const ChildProcessSpec& launchRequest) = 0;
 };

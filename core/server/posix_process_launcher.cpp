@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <mutex>
+#include <thread>
 
 extern char** environ;
 
@@ -14,33 +16,41 @@ namespace brisel {
 
 namespace {
 
+// A thread of its own waits for the child, so one that exits by itself is collected at once
+// rather than left a zombie. It waits without collecting first: until the lock marks the child
+// gone, its pid cannot be given to another process and a terminate cannot reach a stranger.
 class PosixChildProcess final : public ChildProcess {
 public:
-    explicit PosixChildProcess(pid_t pid) : pid_(pid) {}
+    explicit PosixChildProcess(pid_t pid) : pid_(pid) {
+        std::thread([pid, state = state_] {
+            siginfo_t info{};
+            while (::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
+            }
+            std::lock_guard guard(state->lock);
+            while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+            }
+            state->exited = true;
+        }).detach();
+    }
 
-    ~PosixChildProcess() override { reap(false); }
-
-    bool isRunning() override { return !reap(false); }
+    bool isRunning() override {
+        std::lock_guard guard(state_->lock);
+        return !state_->exited;
+    }
 
     void terminate() override {
-        if (!reap(false)) ::kill(pid_, SIGTERM);
+        std::lock_guard guard(state_->lock);
+        if (!state_->exited) ::kill(pid_, SIGTERM);
     }
 
 private:
-    // True once the child has exited; collects it so that no zombie is left.
-    bool reap(bool wait) {
-        if (exited_) return true;
-        int status = 0;
-        pid_t result;
-        do {
-            result = ::waitpid(pid_, &status, wait ? 0 : WNOHANG);
-        } while (result < 0 && errno == EINTR);
-        exited_ = result == pid_ || (result < 0 && errno == ECHILD);
-        return exited_;
-    }
+    struct State {
+        std::mutex lock;
+        bool exited = false;
+    };
 
     pid_t pid_;
-    bool exited_ = false;
+    std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
 }  // namespace
@@ -64,9 +74,20 @@ std::unique_ptr<ChildProcess> PosixProcessLauncher::launch(const ChildProcessSpe
         posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", fd == STDIN_FILENO ? O_RDONLY : O_WRONLY, 0);
     }
     posix_spawn_file_actions_addchdir_np(&actions, launchRequest.directory.c_str());
+    // Nothing of this process but the three streams above reaches the child, whether or not it
+    // was opened close-on-exec.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+#ifdef __APPLE__
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_CLOEXEC_DEFAULT);
+#else
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+#endif
 
     pid_t pid = 0;
-    const int error = ::posix_spawn(&pid, launchRequest.executable.c_str(), &actions, nullptr, argv.data(), envp.data());
+    const int error =
+        ::posix_spawn(&pid, launchRequest.executable.c_str(), &actions, &attributes, argv.data(), envp.data());
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) return nullptr;
     return std::make_unique<PosixChildProcess>(pid);

@@ -5,7 +5,7 @@
 
 namespace brisel {
 
-// posix_spawn with the null device on all three standard streams. Works the same on macOS and
+// posix_spawn with the null device on all three standard streams and nothing else inherited. Works the same on macOS and
 // Linux, so the launch that tests exercise is the one users get.
 class PosixProcessLauncher final : public ProcessLauncher {
 public:

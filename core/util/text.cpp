@@ -1,9 +1,11 @@
 #include "util/text.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <unicode/uchar.h>
 
-#include <fstream>
-#include <iterator>
+#include <cerrno>
 
 namespace brisel {
 
@@ -137,10 +139,24 @@ bool containsControlCharacter(std::string_view text) {
 }
 
 std::optional<std::string> readUTF8File(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad() || !isValidUTF8(bytes)) return std::nullopt;
+    // Non-blocking, so a pipe in the file's place cannot stall the open.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (fd < 0) return std::nullopt;
+    struct stat info {};
+    bool readable = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+    std::string bytes;
+    char buffer[4096];
+    while (readable) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) {
+            readable = n == 0;
+            break;
+        }
+        bytes.append(buffer, static_cast<size_t>(n));
+    }
+    ::close(fd);
+    if (!readable || !isValidUTF8(bytes)) return std::nullopt;
     return bytes;
 }
 

@@ -22,7 +22,8 @@ size_t utf16Length(std::string_view utf8);
 // True for any control (Cc) or format (Cf) character.
 bool containsControlCharacter(std::string_view utf8);
 
-// The whole file as UTF-8 text; absent when it cannot be read or is not valid UTF-8.
+// The whole file as UTF-8 text; absent when it is not a regular file (a folder, a pipe, a link
+// that loops), cannot be read or is not valid UTF-8. Never throws.
 std::optional<std::string> readUTF8File(const std::filesystem::path& path);
 
 // The file read as UTF-8 and trimmed; absent when unreadable.

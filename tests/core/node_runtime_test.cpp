@@ -10,99 +10,68 @@
 namespace brisel {
 namespace {
 
-using testing::writeFile;
+namespace fs = std::filesystem;
 
-// A bundle laid out like Brisel.app: Contents/MacOS and Contents/Resources.
-class NodeRuntimeTest : public ::testing::Test {
-protected:
-    std::filesystem::path resources() const { return dir / "Contents/Resources"; }
-    std::filesystem::path bundled() const { return dir / "Contents/MacOS/node"; }
-    std::filesystem::path developerNode() const { return dir / "dev/bin/node"; }
-
-    void SetUp() override {
-        std::filesystem::create_directories(resources());
-        makeExecutable(developerNode());
+// Files of a bundle laid out like Brisel.app, by path under Contents; "<folder>" and "<loop>"
+// put a folder or a link to itself there instead. The developer's node is dev/node.
+void makeBundle(const fs::path& contents, const std::map<std::string, std::string>& files) {
+    for (const auto& [name, text] : files) {
+        const fs::path path = contents / name;
+        fs::create_directories(path.parent_path());
+        if (text == "<folder>") fs::create_directory(path);
+        else if (text == "<loop>") fs::create_symlink(path.filename(), path);
+        else testing::writeFile(path, text);
     }
+    testing::writeFile(contents / "dev/node", "#!/bin/sh\n");
+    ::chmod((contents / "dev/node").c_str(), 0755);
+    if (files.count("MacOS/node")) ::chmod((contents / "MacOS/node").c_str(), files.at("MacOS/node") == "x" ? 0755 : 0644);
+}
 
-    static void makeExecutable(const std::filesystem::path& path, mode_t mode = 0755) {
-        writeFile(path, "#!/bin/sh\n");
-        ::chmod(path.c_str(), mode);
-    }
-
-    void setting(const std::string& name, const std::string& text) { writeFile(resources() / name, text); }
-
+TEST(NodeRuntime, TheBundledRuntimeOrTheDevelopersByTheModeFile) {
     testing::TempDir dir;
-};
-
-TEST_F(NodeRuntimeTest, WithoutAModeFileABundledRuntimeWins) {
-    makeExecutable(bundled());
-    setting("node-path.txt", developerNode().string());
-    EXPECT_EQ(resolveNodeRuntime(resources()), bundled());
+    const std::string developer = (dir / "dev/node").string();
+    const struct {
+        const char* why;
+        std::map<std::string, std::string> files;
+        std::string expected;  // "bundled", "developer" or none
+    } rows[] = {
+        {"no mode file: a bundled runtime wins", {{"MacOS/node", "x"}, {"Resources/node-path.txt", developer}}, "bundled"},
+        {"no mode file, no bundled runtime: node-path.txt", {{"Resources/node-path.txt", developer + "\n"}}, "developer"},
+        {"a bundled runtime that is not executable never falls back", {{"MacOS/node", "-"}, {"Resources/node-path.txt", developer}}, ""},
+        {"the mode is trimmed", {{"MacOS/node", "x"}, {"Resources/runtime-mode.txt", "bundled\n"}}, "bundled"},
+        {"external development", {{"MacOS/node", "x"}, {"Resources/runtime-mode.txt", " external-development \n"}, {"Resources/node-path.txt", developer}}, "developer"},
+        {"the mode is case-sensitive", {{"MacOS/node", "x"}, {"Resources/runtime-mode.txt", "Bundled"}}, ""},
+        {"a relative node path", {{"Resources/runtime-mode.txt", "external-development"}, {"Resources/node-path.txt", "dev/node"}}, ""},
+        {"a node path of two lines", {{"Resources/node-path.txt", developer + "\n/bin/sh"}}, ""},
+        {"a node path naming a folder", {{"Resources/node-path.txt", (dir / "dev").string()}}, ""},
+        {"no node path", {{"Resources/runtime-mode.txt", "external-development"}}, ""},
+        {"a folder in the mode file's place counts as no file", {{"MacOS/node", "x"}, {"Resources/runtime-mode.txt", "<folder>"}}, "bundled"},
+        {"so does a link to itself", {{"MacOS/node", "x"}, {"Resources/runtime-mode.txt", "<loop>"}}, "bundled"},
+        {"a folder in the node path's place", {{"Resources/node-path.txt", "<folder>"}}, ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        fs::remove_all(dir.path());
+        makeBundle(dir.path(), row.files);
+        const auto expected = row.expected == "bundled" ? std::optional(dir / "MacOS/node")
+                            : row.expected == "developer" ? std::optional(dir / "dev/node") : std::nullopt;
+        EXPECT_EQ(resolveNodeRuntime(dir / "Resources"), expected);
+    }
 }
 
-TEST_F(NodeRuntimeTest, WithoutAModeFileOrBundledRuntimeTheNodePathIsUsed) {
-    setting("node-path.txt", developerNode().string() + "\n");
-    EXPECT_EQ(resolveNodeRuntime(resources()), developerNode());
-}
-
-TEST_F(NodeRuntimeTest, ANonExecutableBundledRuntimeNeverFallsBack) {
-    makeExecutable(bundled(), 0644);
-    setting("node-path.txt", developerNode().string());
-    EXPECT_EQ(resolveNodeRuntime(resources()), std::nullopt);
-    setting("runtime-mode.txt", "bundled");
-    EXPECT_EQ(resolveNodeRuntime(resources()), std::nullopt);
-}
-
-TEST_F(NodeRuntimeTest, ModesAreTrimmedButCaseSensitive) {
-    makeExecutable(bundled());
-    setting("node-path.txt", developerNode().string());
-    setting("runtime-mode.txt", "bundled\n");
-    EXPECT_EQ(resolveNodeRuntime(resources()), bundled());
-    setting("runtime-mode.txt", " external-development \n");
-    EXPECT_EQ(resolveNodeRuntime(resources()), developerNode());
-    setting("runtime-mode.txt", "Bundled");
-    EXPECT_EQ(resolveNodeRuntime(resources()), std::nullopt);
-}
-
-TEST_F(NodeRuntimeTest, RejectsRelativeMultiLineAndNonExecutableNodePaths) {
-    setting("runtime-mode.txt", "external-development");
-    setting("node-path.txt", "dev/bin/node");
-    EXPECT_EQ(resolveNodeRuntime(resources()), std::nullopt);
-    setting("node-path.txt", developerNode().string() + "\n/bin/sh");
-    EXPECT_EQ(resolveNodeRuntime(resources()), std::nullopt);
-    setting("node-path.txt", (dir / "dev/bin").string());
-    EXPECT_EQ(resolveNodeRuntime(resources()), std::nullopt) << "a folder is not an executable file";
-    std::filesystem::remove(resources() / "node-path.txt");
-    EXPECT_EQ(resolveNodeRuntime(resources()), std::nullopt);
-}
-
-TEST(ServerEnvironment, PutsTheRuntimeFirstOnPathAndDropsTheUsersNodeSettings) {
-    const Environment inherited{{"PATH", "/usr/local/bin:/usr/bin"},
-                                {"NODE_OPTIONS", "--require /tmp/evil.js"},
-                                {"NODE_PATH", "/tmp/modules"},
-                                {"HOME", "/home/reader"},
-                                {"PORT", "3000"}};
-    const Environment child = serverEnvironment(inherited, "/opt/brisel/node/bin/node", "127.0.0.1", 47831);
-    EXPECT_EQ(child.at("PATH"), "/opt/brisel/node/bin:/opt/homebrew/bin:/usr/local/bin:/usr/bin");
-    EXPECT_EQ(child.count("NODE_OPTIONS"), 0u);
-    EXPECT_EQ(child.count("NODE_PATH"), 0u);
-    EXPECT_EQ(child.at("PORT"), "47831");
-    EXPECT_EQ(child.at("HOST"), "127.0.0.1");
-    EXPECT_EQ(child.at("HOME"), "/home/reader");
-
+TEST(ServerLaunch, RunsTheScriptOfTheBackendModeWithTheRuntimeFirstOnPathAndNoNodeSettings) {
+    testing::TempDir dir;
+    makeBundle(dir.path(), {{"MacOS/node", "x"}, {"Resources/server/server.mjs", ""}});
+    const Environment inherited{{"PATH", "/usr/bin"}, {"NODE_OPTIONS", "--require x"}, {"NODE_PATH", "/m"}, {"PORT", "3"}, {"HOME", "/h"}};
+    const auto spec = serverLaunchSpec(dir / "Resources", false, inherited, "127.0.0.1", 47831);
+    ASSERT_TRUE(spec);
+    EXPECT_EQ(spec->executable, (dir / "MacOS/node").string());
+    EXPECT_EQ(spec->arguments, std::vector<std::string>{(dir / "Resources/server/server.mjs").string()});
+    EXPECT_EQ(spec->directory, (dir / "Resources").string());
+    EXPECT_EQ(spec->environment, (Environment{{"PATH", (dir / "MacOS").string() + ":/opt/homebrew/bin:/usr/bin"},
+                                              {"PORT", "47831"}, {"HOST", "127.0.0.1"}, {"HOME", "/h"}}));
     EXPECT_EQ(serverEnvironment({}, "/n/node", "127.0.0.1", 1).at("PATH"), "/n:/opt/homebrew/bin:/usr/bin:/bin");
-}
-
-TEST_F(NodeRuntimeTest, TheLaunchRunsTheScriptOfTheBackendModeFromTheResourcesFolder) {
-    setting("node-path.txt", developerNode().string());
-    EXPECT_EQ(serverLaunchSpec(resources(), false, {}, "127.0.0.1", 47831), std::nullopt) << "no script yet";
-    writeFile(resources() / "server/server.mjs", "");
-    const auto local = serverLaunchSpec(resources(), false, {}, "127.0.0.1", 47831);
-    ASSERT_TRUE(local);
-    EXPECT_EQ(local->executable, developerNode().string());
-    EXPECT_EQ(local->arguments, std::vector<std::string>{(resources() / "server/server.mjs").string()});
-    EXPECT_EQ(local->directory, resources().string());
-    EXPECT_EQ(serverLaunchSpec(resources(), true, {}, "127.0.0.1", 47831), std::nullopt) << "the cloud script is missing";
+    EXPECT_EQ(serverLaunchSpec(dir / "Resources", true, {}, "127.0.0.1", 47831), std::nullopt) << "no desktop-server.mjs";
     EXPECT_EQ(serverLaunchSpec(std::nullopt, false, {}, "127.0.0.1", 47831), std::nullopt);
 }
 

@@ -1,141 +1,111 @@
 #include "app/startup_diagnostics.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cmath>
-#include <sstream>
-#include <thread>
 
 #include <gtest/gtest.h>
 
+#include "app/texts.h"
 #include "fakes/temp_dir.h"
 
 namespace brisel {
 namespace {
 
 using nlohmann::json;
-using testing::TempDir;
 using testing::readFile;
+namespace fs = std::filesystem;
 
 class StartupDiagnosticsTest : public ::testing::Test {
 protected:
-    std::filesystem::path folder() const { return home / "Library/Logs/Brisel"; }
-    std::filesystem::path logFile() const { return folder() / "startup.log"; }
+    fs::path folder() const { return home / "Logs/Brisel"; }
+    fs::path logFile() const { return folder() / "startup.log"; }
+    StartupDiagnostics open() { return StartupDiagnostics(folder(), [this] { return now; }); }
 
-    StartupDiagnostics open() {
-        return StartupDiagnostics(folder(), [this] { return now; });
-    }
-
-    std::vector<json> lines() const {
-        std::vector<json> parsed;
-        std::istringstream in(readFile(logFile()));
-        for (std::string line; std::getline(in, line);) parsed.push_back(json::parse(line));
-        return parsed;
-    }
-
-    // The bytes a line takes for an event "e" whose "pad" field holds `pad` characters.
-    static int64_t lineLength(size_t pad) {
-        return static_cast<int64_t>(json{{"elapsedMs", 0}, {"event", "e"}, {"pad", std::string(pad, 'x')}}.dump().size() + 1);
-    }
-
-    TempDir home;
+    testing::TempDir home;
     Clock::time_point now{};
 };
 
-TEST_F(StartupDiagnosticsTest, WritesOneSortedLinePerEventWithItsOwnEventAndElapsedKeys) {
+TEST_F(StartupDiagnosticsTest, WritesOneSortedLinePerEventWithItsOwnKeysAndDropsWhatCannotBeSerialised) {
     auto log = open();
     now += std::chrono::microseconds(1'999'999);
     log.write("launch", {{"pid", 4242}, {"event", "forged"}, {"elapsedMs", -1}, {"alpha", true}});
-
-    const std::string text = readFile(logFile());
-    EXPECT_EQ(text, "{\"alpha\":true,\"elapsedMs\":1999,\"event\":\"launch\",\"pid\":4242}\n");
-}
-
-TEST_F(StartupDiagnosticsTest, CreatesAPrivateFolderAndFileAndEmptiesThePreviousRun) {
-    {
-        auto previous = open();
-        previous.write("previous-run");
-    }
-    ASSERT_NE(readFile(logFile()), "");
-    auto log = open();
-    ASSERT_TRUE(log.isOpen());
-    EXPECT_EQ(readFile(logFile()), "");
-
-    struct stat info {};
-    ASSERT_EQ(::stat(folder().c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0700u);
-    ASSERT_EQ(::stat(logFile().c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0600u);
-    ASSERT_EQ(::stat((home / "Library").c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0700u) << "intermediate folders are private too";
-}
-
-TEST_F(StartupDiagnosticsTest, StopsWritingAtSixtySeconds) {
-    auto log = open();
-    now += std::chrono::milliseconds(59'999);
+    for (const json& value : {json(std::nan("")), json{{"deep", HUGE_VAL}}, json("\xC3\x28")}) log.write("bad", {{"v", value}});
+    log.write("not-an-object", json::array({1, 2}));
+    now = Clock::time_point{} + std::chrono::milliseconds(59'999);
     log.write("last");
     now += std::chrono::milliseconds(1);
-    log.write("too-late");
-
-    const auto written = lines();
-    ASSERT_EQ(written.size(), 1u);
-    EXPECT_EQ(written[0]["event"], "last");
-    EXPECT_EQ(written[0]["elapsedMs"], 59'999);
+    log.write("at-60-seconds");
+    EXPECT_EQ(readFile(logFile()), "{\"alpha\":true,\"elapsedMs\":1999,\"event\":\"launch\",\"pid\":4242}\n"
+                                   "{\"elapsedMs\":59999,\"event\":\"last\"}\n");
 }
 
 TEST_F(StartupDiagnosticsTest, WritesUpToExactly65536BytesAndOnlyWholeLines) {
     auto log = open();
-    // Fill to 60,000 bytes with lines of 1,000 bytes.
-    const size_t thousand = 1000 - static_cast<size_t>(lineLength(0));
-    for (int i = 0; i < 60; ++i) log.write("e", {{"pad", std::string(thousand, 'x')}});
-    ASSERT_EQ(std::filesystem::file_size(logFile()), 60'000u);
-
-    // One byte too many is dropped whole...
-    const size_t toLimit = 5'536 - static_cast<size_t>(lineLength(0));
-    log.write("e", {{"pad", std::string(toLimit + 1, 'x')}});
-    EXPECT_EQ(std::filesystem::file_size(logFile()), 60'000u);
-    // ...while a later, shorter line that ends exactly at the limit is written.
-    log.write("e", {{"pad", std::string(toLimit, 'x')}});
-    EXPECT_EQ(std::filesystem::file_size(logFile()), 65'536u);
-
-    log.write("e");
-    EXPECT_EQ(std::filesystem::file_size(logFile()), 65'536u);
-    for (const auto& line : lines()) EXPECT_EQ(line["event"], "e");
+    const auto padded = [&](size_t bytes) {  // a line of exactly `bytes`
+        log.write("e", {{"p", std::string(bytes - json{{"elapsedMs", 0}, {"event", "e"}, {"p", ""}}.dump().size() - 1, 'x')}});
+        return fs::file_size(logFile());
+    };
+    for (int i = 0; i < 60; ++i) padded(1000);
+    EXPECT_EQ(padded(5537), 60'000u) << "a line that would end at 65,537 is dropped whole";
+    EXPECT_EQ(padded(5536), 65'536u) << "a later, shorter line may end exactly at the limit";
+    EXPECT_EQ(padded(40), 65'536u);
 }
 
-TEST_F(StartupDiagnosticsTest, DropsLinesThatCannotBeSerialised) {
+TEST_F(StartupDiagnosticsTest, MakesAPrivateFolderAndFileAndEmptiesThePreviousRun) {
+    open().write("previous-run");
     auto log = open();
-    log.write("nan", {{"value", std::nan("")}});
-    log.write("infinite", {{"nested", {{"value", HUGE_VAL}}}});
-    log.write("bad-utf8", {{"value", std::string("\xC3\x28")}});
-    log.write("not-an-object", json::array({1, 2}));
-    log.write("fine", {{"value", 1.5}});
-
-    const auto written = lines();
-    ASSERT_EQ(written.size(), 1u);
-    EXPECT_EQ(written[0]["event"], "fine");
+    EXPECT_EQ(readFile(logFile()), "");
+    EXPECT_EQ(fs::status(folder()).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(fs::status(logFile()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder()), {}), 1) << "no temporary file is left";
 }
 
-TEST_F(StartupDiagnosticsTest, AnUnwritableHomeSaysSoOnStandardErrorAndKeepsWorking) {
-    testing::writeFile(home / "Library", "a file where the folder should be");
-    ::testing::internal::CaptureStderr();
-    auto log = open();
-    log.write("launch", {{"pid", 1}});
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Brisel startup diagnostics could not be opened.\n");
-    EXPECT_FALSE(log.isOpen());
-    EXPECT_FALSE(std::filesystem::exists(logFile()));
-}
-
-TEST_F(StartupDiagnosticsTest, LinesFromManyThreadsStayWhole) {
-    auto log = open();
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&log, t] {
-            for (int i = 0; i < 50; ++i) log.write("thread", {{"t", t}, {"i", i}, {"pad", std::string(200, 'a' + t)}});
-        });
+// A log is kept only where nobody else can swap it for a link, and no planted link is followed.
+TEST_F(StartupDiagnosticsTest, RefusesAFolderOthersControlAndFollowsNoPlantedLink) {
+    const fs::path victim = home / "victim", elsewhere = home / "elsewhere";
+    const auto folderOf = [](const fs::path& f, mode_t mode) { return fs::create_directories(f) && ::chmod(f.c_str(), mode) == 0; };
+    const struct {
+        const char* why;
+        std::function<bool(const fs::path&)> plant;
+        bool keepsALog;
+    } rows[] = {
+        {"a folder others may read is refused, not repaired", [&](auto& f) { return folderOf(f, 0755); }, false},
+        {"a folder of another user", [&](auto& f) { return folderOf(f, 0700) && ::chown(f.c_str(), 65534, 65534) == 0; }, false},
+        {"a link in the folder's place, to a private folder",
+         [&](auto& f) { return folderOf(elsewhere, 0700) && fs::create_directories(f.parent_path()) && ::symlink(elsewhere.c_str(), f.c_str()) == 0; }, false},
+        {"a file where a folder must be", [](auto& f) { testing::writeFile(f.parent_path(), "a file"); return true; }, false},
+        {"a link in the log's place is replaced, its target untouched",
+         [&](auto& f) { return folderOf(f, 0700) && ::symlink(victim.c_str(), (f / "startup.log").c_str()) == 0; }, true},
+        {"a link at a guessable temporary name",
+         [&](auto& f) { return folderOf(f, 0700) && ::symlink(victim.c_str(), (f / "startup.log.new").c_str()) == 0; }, true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        fs::remove_all(home / "Logs");
+        testing::writeFile(victim, "victim");
+        if (!row.plant(folder())) {
+            std::cerr << "cannot be planted here, skipped: " << row.why << '\n';  // chown needs root
+            continue;
+        }
+        const auto before = fs::symlink_status(folder()).permissions();
+        ::testing::internal::CaptureStderr();
+        open().write("launch");
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(), row.keepsALog ? "" : texts::diagnosticsUnavailable);
+        EXPECT_EQ(fs::is_regular_file(fs::symlink_status(logFile())), row.keepsALog);
+        EXPECT_EQ(readFile(victim), "victim");
+        EXPECT_EQ(fs::symlink_status(folder()).permissions(), before);
     }
-    for (auto& thread : threads) thread.join();
-    EXPECT_EQ(lines().size(), 200u);
+}
+
+TEST(StartupDiagnosticsFolder, WithoutAHomeThereIsNoLogAndOneLineSaysSo) {
+    EXPECT_EQ(StartupDiagnostics::linuxFolder("/state", "/home/reader"), fs::path("/state/Brisel"));
+    EXPECT_EQ(StartupDiagnostics::linuxFolder("state", "/home/reader"), fs::path("/home/reader/.local/state/Brisel"));
+    EXPECT_EQ(StartupDiagnostics::linuxFolder(nullptr, ""), std::nullopt) << "no /tmp or other stand-in";
+    ::testing::internal::CaptureStderr();
+    StartupDiagnostics(std::nullopt).write("launch");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), texts::diagnosticsUnavailable);
 }
 
 }  // namespace

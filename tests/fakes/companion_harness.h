@@ -2,8 +2,6 @@
 
 #include <sstream>
 
-#include <nlohmann/json.hpp>
-
 #include "app/companion.h"
 #include "core/auth_fakes.h"
 #include "core/shortcut_fakes.h"
@@ -22,9 +20,7 @@ inline const char* compatibleLocalStatus =
     R"({"provider":"codex","version":2,"capabilities":["explicit-save","knowledge-notes","note-suggestions",
         "note-context","semantic-relations","privacy-minimal-v1"]})";
 
-inline HttpResponse statusAnswer(const std::string& body, long status = 200) {
-    return {true, status, "http://127.0.0.1:47831/api/status", body};
-}
+inline HttpResponse statusAnswer(const std::string& body) { return {true, 200, "http://127.0.0.1:47831/api/status", body}; }
 
 // Every port of the companion but its queue, HTTP and launcher, as fakes.
 struct FakeDesktop {
@@ -47,81 +43,59 @@ struct FakeDesktop {
     FakeGoogleSignIn google;
 
     CompanionPorts ports(MainQueue& queue, HttpClient& http, ProcessLauncher& launcher) {
-        return {.mainQueue = queue,
-                .http = http,
-                .launcher = launcher,
-                .application = application,
-                .panel = panel,
-                .webView = webView,
-                .workspace = workspace,
-                .background = background,
-                .pasteboard = pasteboard,
-                .accessibility = accessibility,
-                .applications = applications,
-                .hotKeys = hotKeys,
-                .keyboardLayout = keyboardLayout,
-                .preferences = preferences,
-                .settingsWindow = settingsWindow,
-                .keyRecorder = keyRecorder,
-                .savePanel = savePanel,
-                .configuration = configuration,
-                .apple = &apple,
-                .google = &google};
+        return {queue, http, launcher, application, panel, webView, workspace, background, pasteboard,
+                accessibility, applications, hotKeys, keyboardLayout, preferences, settingsWindow,
+                keyRecorder, savePanel, configuration, &apple, &google};
     }
 };
 
-// A Companion over fakes on virtual time, with its log in a temporary home.
+// A Companion over fakes on virtual time, with a bundle and its log in a temporary home.
 struct CompanionHarness : FakeDesktop {
     VirtualMainQueue queue;
-    FakeHttpClient http;
+    FakeHttpClient http{queue};
     FakeProcessLauncher launcher;
     TempDir home;
     std::unique_ptr<Companion> companion;
 
     CompanionHarness() {
-        // A resources folder with a runtime and both scripts, so a launch finds its files.
         writeFile(home / "Brisel/Contents/MacOS/node", "");
         std::filesystem::permissions(home / "Brisel/Contents/MacOS/node", std::filesystem::perms::owner_all);
         writeFile(home / "Brisel/Contents/Resources/server/server.mjs", "");
     }
-
     std::filesystem::path resources() const { return home / "Brisel/Contents/Resources"; }
-    std::filesystem::path logFolder() const { return home / "Library/Logs/Brisel"; }
-
-    Companion& make(CompanionSettings settings = {}) {
-        if (settings.logFolder.empty()) settings.logFolder = logFolder();
-        if (!settings.resources) settings.resources = resources();
-        if (settings.processID == 0) settings.processID = 4242;
-        companion = std::make_unique<Companion>(ports(queue, http, launcher), std::move(settings));
-        return *companion;
-    }
 
     Companion& launch(CompanionSettings settings = {}) {
-        make(std::move(settings)).applicationDidFinishLaunching();
+        settings.resources = resources();
+        settings.logFolder = home / "logs";
+        settings.processID = 4242;
+        companion = std::make_unique<Companion>(ports(queue, http, launcher), std::move(settings));
+        companion->applicationDidFinishLaunching();
         return *companion;
+    }
+    // Launched against a compatible server, with the page loaded.
+    Companion& launchAndLoad(CompanionSettings settings = {}) {
+        http.answer = [](auto&) { return statusAnswer(compatibleLocalStatus); };
+        launch(std::move(settings));
+        queue.runUntilIdle();
+        companion->didFinishNavigation();
+        return *companion;
+    }
+    void post(nlohmann::json body) {  // from the local page's main frame
+        companion->didReceiveScriptMessage({std::move(body), true, {"http", "127.0.0.1", 47831}, webView.identity()});
     }
 
     std::vector<nlohmann::json> logLines() const {
         std::vector<nlohmann::json> lines;
-        std::istringstream in(readFile(logFolder() / "startup.log"));
+        std::istringstream in(readFile(home / "logs/startup.log"));
         for (std::string line; std::getline(in, line);) lines.push_back(nlohmann::json::parse(line));
         return lines;
     }
-
-    std::vector<std::string> logEvents() const {
-        std::vector<std::string> events;
-        for (const auto& line : logLines()) events.push_back(line["event"]);
-        return events;
-    }
-
     // The native events the page received, decoded from the dispatch scripts.
     std::vector<nlohmann::json> deliveredEvents() const {
         std::vector<nlohmann::json> events;
         const std::string prefix = "(() => { const detail = ";
         for (const auto& script : webView.scripts) {
-            if (script.rfind(prefix, 0) != 0) continue;
-            const size_t end = script.find("; if (detail.type");
-            events.push_back(nlohmann::json::parse(script.substr(prefix.size(), end - prefix.size())));
+            if (script.rfind(prefix, 0) == 0) events.push_back(nlohmann::json::parse(script.substr(prefix.size(), script.find("; if (") - prefix.size())));
         }
         return events;
     }

@@ -19,13 +19,8 @@ public:
 
     void run(std::function<void()> task) override {
         ++started;
-        if (runsAtOnce) {
-            task();
-        } else {
-            waiting.push_back(std::move(task));
-        }
+        runsAtOnce ? task() : waiting.push_back(std::move(task));
     }
-
     bool runNext() {
         if (waiting.empty()) return false;
         auto task = std::move(waiting.front());
@@ -39,9 +34,7 @@ public:
 class ThreadBackgroundQueue final : public BackgroundQueuePort {
 public:
     ~ThreadBackgroundQueue() override { joinAll(); }
-
     void run(std::function<void()> task) override { threads_.emplace_back(std::move(task)); }
-
     void joinAll() {
         for (auto& thread : threads_) thread.join();
         threads_.clear();

@@ -1,103 +1,89 @@
 #pragma once
 
-#include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "fakes/page_script_runner.h"
 #include "platform/application_port.h"
 #include "platform/http_client.h"
 #include "platform/panel_port.h"
 #include "platform/process_launcher.h"
 #include "platform/web_view_port.h"
 #include "platform/workspace_port.h"
-#include "fakes/page_script_runner.h"
 
 namespace brisel::testing {
 
-// Answers every GET with `answer(url)` at once, on the caller's thread, and counts requests.
+// Answers each GET on the main queue with `answer(url)`; where that is none, the request fails
+// only when its time-out ends it, as with a listener that never says a word.
 class FakeHttpClient final : public HttpClient {
 public:
-    std::function<std::optional<HttpResponse>(const std::string&)> answer =
-        [](const std::string&) { return std::nullopt; };
+    explicit FakeHttpClient(MainQueue& queue) : queue_(queue) {}
+    std::function<std::optional<HttpResponse>(const std::string&)> answer = [](auto&) { return std::nullopt; };
     std::vector<std::string> requests;
 
-    void get(const std::string& url, Duration, std::function<void(std::optional<HttpResponse>)> completion) override {
+    void get(const std::string& url, Duration timeout, std::function<void(std::optional<HttpResponse>)> completion) override {
         requests.push_back(url);
-        completion(answer(url));
+        auto response = answer(url);
+        queue_.postAfter(response ? Duration(0) : timeout, [=] { completion(response); });
     }
-};
-
-class FakeChildProcess final : public ChildProcess {
-public:
-    explicit FakeChildProcess(bool* terminated) : terminated_(terminated) {}
-    bool isRunning() override { return !*terminated_; }
-    void terminate() override { *terminated_ = true; }
 
 private:
-    bool* terminated_;
+    MainQueue& queue_;
 };
 
+// Records each launch; the one server it pretends to start runs until terminated.
 class FakeProcessLauncher final : public ProcessLauncher {
 public:
     bool fails = false;
     bool terminated = false;
     std::vector<ChildProcessSpec> launches;
 
-    std::unique_ptr<ChildProcess> launch(const ChildProcessSpec& launchRequest) override {
-        launches.push_back(launchRequest);
-        if (fails) return nullptr;
-        return std::make_unique<FakeChildProcess>(&terminated);
+    std::unique_ptr<ChildProcess> launch(const ChildProcessSpec& request) override {
+        launches.push_back(request);
+        struct Child final : ChildProcess {
+            bool& terminated;
+            explicit Child(bool& t) : terminated(t) {}
+            bool isRunning() override { return !terminated; }
+            void terminate() override { terminated = true; }
+        };
+        return fails ? nullptr : std::make_unique<Child>(terminated);
     }
 };
 
 class FakeApplication final : public ApplicationPort {
 public:
-    std::vector<Menu> menus;
     int activations = 0;
     int terminations = 0;
-    void installMainMenu(const std::vector<Menu>& m) override { menus = m; }
+    void installMainMenu(const std::vector<Menu>&) override {}
     void activateIgnoringOtherApps() override { ++activations; }
     bool isActive() const override { return activations > 0; }
     bool isHidden() const override { return false; }
     void terminate() override { ++terminations; }
 };
 
+// The panel on the screens the test sets, with every frame change as "x y width height display animate".
 class FakePanel final : public PanelPort {
 public:
     std::vector<Screen> screenList{{{0, 0, 1440, 900}, {0, 0, 1440, 875}}};
     Point mouse{100, 100};
-    bool reduceMotionOn = false;
-    bool miniaturized = false;
-    bool visible = false;
-    Rect currentFrame;
-    std::optional<PanelConfiguration> configuration;
-    bool window = false;  // built by `configure`; a test may take it away
-    std::optional<std::string> startupLabel;
+    bool reduceMotionOn = false, miniaturized = false, visible = false, key = false, window = false;
     bool controlsHidden = true;
-    bool key = false;
-    int keyAndFrontCount = 0;
-    int orderOutCount = 0;
-    struct FrameChange {
-        Rect frame;
-        bool display;
-        bool animate;
-    };
-    std::vector<FrameChange> frameChanges;
+    Rect currentFrame;
+    std::optional<std::string> startupLabel;
+    std::vector<std::string> frameChanges;
 
     void configure(const PanelConfiguration& c) override {
-        configuration = c;
         window = true;
         currentFrame = c.frame;
         startupLabel = c.startupLabel;
     }
     bool hasWindow() const override { return window; }
     std::vector<Screen> screens() const override { return screenList; }
-    std::optional<Screen> mainScreen() const override {
-        if (screenList.empty()) return std::nullopt;
-        return screenList.front();
-    }
+    std::optional<Screen> mainScreen() const override { return screenList.front(); }
     std::optional<Screen> panelScreen() const override {
         for (const auto& s : screenList) {
             if (s.frame.contains({currentFrame.midX(), currentFrame.midY()})) return s;
@@ -112,51 +98,37 @@ public:
     Rect frame() const override { return currentFrame; }
     void setFrame(const Rect& f, bool display, bool animate) override {
         currentFrame = f;
-        frameChanges.push_back({f, display, animate});
+        std::ostringstream change;
+        change << f.x << ' ' << f.y << ' ' << f.width << ' ' << f.height << ' ' << display << ' ' << animate;
+        frameChanges.push_back(change.str());
     }
-    void makeKeyAndOrderFront() override {
-        visible = true;
-        key = true;
-        ++keyAndFrontCount;
-    }
-    void orderOut() override {
-        visible = false;
-        key = false;
-        ++orderOutCount;
-    }
+    void makeKeyAndOrderFront() override { visible = key = true; }
+    void orderOut() override { visible = key = false; }
     bool isKeyWindow() const override { return key; }
-    PanelLayout layout() const override { return {visible, visible, false, visible, true, currentFrame, {0, 0, currentFrame.width, currentFrame.height}}; }
+    PanelLayout layout() const override { return {visible, key, false, visible, true, currentFrame, currentFrame}; }
     void setStartupLabel(const std::string& text) override { startupLabel = text; }
     void removeStartupLabel() override { startupLabel.reset(); }
     void setControlsHidden(bool hidden) override { controlsHidden = hidden; }
 };
 
-// Records loads, scripts and async calls; scripts succeed unless `scriptError` is set, and
-// return `scriptResult`.
+// Records loads, scripts and async calls; scripts end with `scriptError`, or return `scriptResult`.
 class FakeWebView final : public WebViewPort {
 public:
+    std::optional<std::string> url;
     std::vector<std::string> loads;
-    std::optional<Duration> loadTimeout;  // of the last load
     std::vector<std::string> scripts;
     std::vector<AsyncCall> calls;
-    std::optional<std::string> url;
     std::optional<WebError> scriptError;
     std::optional<std::string> scriptResult;
 
-    void load(const std::string& u, Duration timeout) override {
-        loads.push_back(u);
-        loadTimeout = timeout;
-        url = u;
-    }
+    void load(const std::string& u, Duration) override { loads.push_back(*(url = u)); }
     std::optional<std::string> currentURL() const override { return url; }
     const void* identity() const override { return this; }
     void evaluate(const std::string& script, std::function<void(ScriptResult)> completion) override {
         scripts.push_back(script);
         completion({scriptError, scriptResult});
     }
-    void callAsyncFunction(const std::string& functionBody, const nlohmann::json& arguments) override {
-        calls.push_back({functionBody, arguments});
-    }
+    void callAsyncFunction(const std::string& body, const nlohmann::json& arguments) override { calls.push_back({body, arguments}); }
 };
 
 class FakeWorkspace final : public WorkspacePort {

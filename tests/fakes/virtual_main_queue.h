@@ -10,19 +10,19 @@
 namespace brisel::testing {
 
 // A main queue on virtual time: nothing runs until the test advances the clock, so a 36-probe
-// start-up or a 60-second limit runs in microseconds and always the same way.
-class VirtualMainQueue final : public MainQueue {
+// start-up or a 60-second limit runs in microseconds and always the same way. Background
+// threads may post to it.
+class VirtualMainQueue : public MainQueue {
 public:
     Clock::time_point now() const override {
         std::lock_guard guard(mutex_);
         return now_;
     }
-
     void post(std::function<void()> task) override { postAfter(Duration(0), std::move(task)); }
-
     void postAfter(Duration delay, std::function<void()> task) override {
+        const auto due = now() + delay;
         std::lock_guard guard(mutex_);
-        tasks_.emplace(std::make_pair(now_ + delay, sequence_++), std::move(task));
+        tasks_.emplace(std::make_pair(due, sequence_++), std::move(task));
     }
 
     // Runs every task due up to now + `delay`, in time order, moving the clock as it goes.
@@ -32,9 +32,7 @@ public:
         std::lock_guard guard(mutex_);
         now_ = until;
     }
-
     void runUntilIdle() { advance(Duration(0)); }
-
     size_t pendingTasks() const {
         std::lock_guard guard(mutex_);
         return tasks_.size();
