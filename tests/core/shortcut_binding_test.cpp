@@ -1,6 +1,7 @@
 #include "shortcuts/key_binding.h"
 
 #include <set>
+#include <unordered_set>
 
 #include <gtest/gtest.h>
 
@@ -74,6 +75,15 @@ TEST(KeyBinding, EqualOnlyWhenKeyAndModifiersBothMatch) {
     EXPECT_EQ(BriselKeyBinding({40, cmd | opt}), BriselKeyBinding({40, opt | cmd}));
     EXPECT_NE(BriselKeyBinding({40, cmd}), BriselKeyBinding({40, cmd | opt}));
     EXPECT_NE(BriselKeyBinding({40, cmd}), BriselKeyBinding({38, cmd}));
+}
+
+TEST(KeyBinding, HashesEqualBindingsEquallyAndKeepsOthersApartInASet) {
+    const std::hash<BriselKeyBinding> hash;
+    EXPECT_EQ(hash({40, cmd | opt}), hash({40, opt | cmd}));
+    EXPECT_NE(hash({40, cmd}), hash({40, cmd | opt})) << "the modifiers count";
+    EXPECT_NE(hash({40, cmd}), hash({38, cmd})) << "the key code counts";
+    const std::unordered_set<BriselKeyBinding> set{{40, cmd}, {40, cmd | opt}, {38, cmd}, {40, cmd}};
+    EXPECT_EQ(set.size(), 3u);
 }
 
 TEST(KeyBinding, FromAnEventKeepsOnlyTheFourModifiers) {
