@@ -42,11 +42,7 @@ TEST(KeyBinding, LabelAndPageValueFollowTheLayoutWhileTheCodeStaysThePhysicalKey
     const FakeKeyboardLayout us = FakeKeyboardLayout::us(), azerty = FakeKeyboardLayout::frenchAzerty(), none;
     FakeKeyboardLayout odd;
     odd.typed = {{Return, u"x"}, {Space, u"y"}, {Esc, u"z"}, {38, u"xy"}, {37, u"L"}};
-    const struct {
-        const FakeKeyboardLayout& layout;
-        BriselKeyBinding binding;
-        const char *code, *key, *label, *why;
-    } rows[] = {
+    const struct { const FakeKeyboardLayout& layout; BriselKeyBinding binding; const char *code, *key, *label, *why; } rows[] = {
         {us, {0, ctrl | opt | shift | cmd}, "KeyA", "a", "⌃⌥⇧⌘A", "control, option, shift, command, then the key"},
         {us, {22, cmd}, "Digit6", "6", "⌘6", "key code 22 is the 6 (and 23 the 5)"},
         {azerty, {Q, opt | cmd}, "KeyQ", "a", "⌥⌘A", "the layout names the key"},
@@ -73,11 +69,7 @@ TEST(KeyBinding, LabelAndPageValueFollowTheLayoutWhileTheCodeStaysThePhysicalKey
 }
 
 TEST(ShortcutValidation, EachRuleInItsOrder) {
-    const struct {
-        Action action;
-        BriselKeyBinding binding;
-        const char *expected, *why;
-    } rows[] = {
+    const struct { Action action; BriselKeyBinding binding; const char *expected, *why; } rows[] = {
         {Action::capture, {K, opt | cmd}, nullptr, "the default capture key"},
         {Action::returnToReading, {Esc, 0}, nullptr, "Esc alone returns to reading"},
         {Action::capture, {96, opt | cmd}, texts::keyOutsideTable, "F5 is outside the table"},

@@ -30,11 +30,7 @@ std::string with(const std::string& action, const std::string& field, const json
 const json removed = json(json::value_t::discarded);
 
 TEST(ShortcutPersistence, DecodesOnlyTheWholeShapeOrNothing) {
-    const struct {
-        std::string text;
-        std::optional<BriselShortcutBindings> expected;
-        const char* why;
-    } rows[] = {
+    const struct { std::string text; std::optional<BriselShortcutBindings> expected; const char* why; } rows[] = {
         {stored, custom(), "the stored example"},
         {encodeShortcutBindings(custom()), custom(), "what it encodes"},
         {R"({"returnToReading":{"modifiers":4096,"keyCode":36},"saveAndReturn":{"modifiers":256,"keyCode":15},
@@ -64,11 +60,7 @@ TEST(ShortcutPersistence, DecodesOnlyTheWholeShapeOrNothing) {
 }
 
 TEST(ShortcutPersistence, AnythingButAValidStoredSetLoadsAsTheWholeDefaultSet) {
-    const struct {
-        std::optional<std::string> value;
-        BriselShortcutBindings expected;
-        const char* why;
-    } rows[] = {
+    const struct { std::optional<std::string> value; BriselShortcutBindings expected; const char* why; } rows[] = {
         {std::nullopt, {}, "nothing stored"},
         {stored, custom(), "a valid set"},
         {with("capture", "modifiers", 256), {}, "⌘K for capture breaks a rule; the others are not kept either"},
