@@ -12,7 +12,7 @@ namespace {
 
 using testing::TempDir;
 
-const std::string key = "brisel.keyboardShortcuts.v1";
+const std::string key = "brisel.keyboardShortcuts.v1", file = key + ".json";
 
 std::vector<std::string> namesIn(const std::filesystem::path& folder) {
     std::vector<std::string> names;
@@ -25,57 +25,42 @@ mode_t modeOf(const std::filesystem::path& path) {
     return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 0777 : 0;
 }
 
-TEST(FileKeyValueStore, TheFolderIsBriselUnderAnAbsoluteXDGConfigHomeOrDotConfig) {
+TEST(FileKeyValueStore, LivesUnderAnAbsoluteXDGConfigHomeOrDotConfig) {
     using Folder = std::optional<std::filesystem::path>;
     EXPECT_EQ(FileKeyValueStore::userFolder("/x/config", "/home/reader"), Folder("/x/config/Brisel"));
-    EXPECT_EQ(FileKeyValueStore::userFolder(nullptr, "/home/reader"), Folder("/home/reader/.config/Brisel"));
-    EXPECT_EQ(FileKeyValueStore::userFolder("", "/home/reader"), Folder("/home/reader/.config/Brisel"));
     EXPECT_EQ(FileKeyValueStore::userFolder("relative", "/home/reader"), Folder("/home/reader/.config/Brisel"));
-    EXPECT_EQ(FileKeyValueStore::userFolder(nullptr, nullptr), std::nullopt);
+    EXPECT_EQ(FileKeyValueStore::userFolder(nullptr, "/home/reader"), Folder("/home/reader/.config/Brisel"));
     EXPECT_EQ(FileKeyValueStore::userFolder("", "relative"), std::nullopt);
 }
 
-TEST(FileKeyValueStore, OnlyAPlainFileNameIsAKey) {
+TEST(FileKeyValueStore, KeepsEachKeyPrivatelyInAFileOfItsOwnAndReplacesItWholly) {
     TempDir dir;
-    FileKeyValueStore store(dir.path());
-    EXPECT_EQ(store.fileFor(key), dir / "brisel.keyboardShortcuts.v1.json");
-    for (const std::string& refused : std::vector<std::string>{"", ".hidden", "..", "../escape", "a/b", {"a\0b", 3}}) {
-        EXPECT_EQ(store.fileFor(refused), std::nullopt) << refused;
-        EXPECT_FALSE(store.set(refused, "x")) << refused;
-    }
-    EXPECT_FALSE(std::filesystem::exists(dir.path().parent_path() / "escape.json"));
-    EXPECT_TRUE(namesIn(dir.path()).empty());
-}
-
-TEST(FileKeyValueStore, WritesPrivatelyAndReplacesWholly) {
-    TempDir dir;
-    const auto folder = dir / "config/Brisel";
-    FileKeyValueStore store(folder);
+    FileKeyValueStore store(dir / "config/Brisel");
     EXPECT_EQ(store.get(key), std::nullopt) << "nothing stored, not even a folder";
     ASSERT_TRUE(store.set(key, "first, and longer than the second"));
     ASSERT_TRUE(store.set(key, std::string("\0\xff\n{", 4)));
     EXPECT_EQ(store.get(key), std::string("\0\xff\n{", 4));
-    EXPECT_EQ(namesIn(folder), std::vector<std::string>{"brisel.keyboardShortcuts.v1.json"}) << "no temporary file";
-    EXPECT_EQ(modeOf(folder), 0700u);
-    EXPECT_EQ(modeOf(folder / "brisel.keyboardShortcuts.v1.json"), 0600u);
-    ASSERT_TRUE(store.set(key, ""));
-    EXPECT_EQ(store.get(key), "") << "empty is stored, not missing";
+    EXPECT_EQ(namesIn(dir / "config/Brisel"), std::vector<std::string>{file}) << "no temporary file";
+    EXPECT_EQ(modeOf(dir / "config/Brisel"), 0700u);
+    EXPECT_EQ(modeOf(dir / "config/Brisel" / file), 0600u);
+    for (const std::string& refused : std::vector<std::string>{"", ".hidden", "..", "../escape", "a/b", {"a\0b", 3}}) {
+        EXPECT_EQ(store.fileFor(refused), std::nullopt) << refused;
+        EXPECT_FALSE(store.set(refused, "x")) << refused;
+    }
+    EXPECT_EQ(namesIn(dir / "config/Brisel"), std::vector<std::string>{file}) << "no other file anywhere";
+    EXPECT_EQ(namesIn(dir / "config"), std::vector<std::string>{"Brisel"});
 }
 
 TEST(FileKeyValueStore, WhatIsNotARegularFileReadsAsNothingAndIsKept) {
     TempDir dir;
-    const auto target = dir / "brisel.keyboardShortcuts.v1.json";
-    std::filesystem::create_directories(target / "child");  // a non-empty folder cannot be renamed over
+    std::filesystem::create_directories(dir / file / "child");  // a non-empty folder cannot be renamed over
     FileKeyValueStore store(dir.path());
     EXPECT_EQ(store.get(key), std::nullopt);
     EXPECT_FALSE(store.set(key, "new"));
-    EXPECT_EQ(namesIn(dir.path()), std::vector<std::string>{"brisel.keyboardShortcuts.v1.json"});
-    EXPECT_TRUE(std::filesystem::is_directory(target / "child"));
-
-    std::filesystem::remove_all(target);
-    ASSERT_EQ(::mkfifo(target.c_str(), 0600), 0);
+    EXPECT_EQ(namesIn(dir.path()), std::vector<std::string>{file});
+    std::filesystem::remove_all(dir / file);
+    ASSERT_EQ(::mkfifo((dir / file).c_str(), 0600), 0);
     EXPECT_EQ(store.get(key), std::nullopt) << "a FIFO is refused without waiting";
-
     testing::writeFile(dir / "Brisel", "a file where the folder goes");
     EXPECT_FALSE(FileKeyValueStore(dir / "Brisel").set(key, "x"));
 }
@@ -83,12 +68,8 @@ TEST(FileKeyValueStore, WhatIsNotARegularFileReadsAsNothingAndIsKept) {
 TEST(FileKeyValueStore, CarriesTheShortcutSettingsAcrossRuns) {
     TempDir dir;
     FileKeyValueStore store(dir / "Brisel");
-    {
-        BriselShortcutSettings settings(store);
-        settings.begin(BriselShortcutAction::saveAndReturn);
-        settings.accept({15, event_modifier::command, false});
-    }
-    EXPECT_EQ(BriselShortcutSettings(store).bindings().saveAndReturn, BriselKeyBinding({15, BriselKeyBinding::command}));
+    BriselShortcutSettings(store).apply({{38, 0x1100}, {15, 0x0100}, {53, 0}});
+    EXPECT_EQ(BriselShortcutSettings(store).bindings().saveAndReturn, BriselKeyBinding({15, 0x0100}));
 }
 
 }  // namespace
