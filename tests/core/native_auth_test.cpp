@@ -40,7 +40,14 @@ TEST(NativeAuth, HearsOnlyTheLocalPagesMainFrameInItsOwnWebView) {
     enum Sender { own, secondWebView, portObject, none };
     const SecurityOrigin localOrigin{"http", "127.0.0.1", 47831};
     const std::optional<std::string> page = local + "library?book=1#note";
-    const struct { SecurityOrigin origin; bool mainFrame; Sender sender; std::optional<std::string> url; bool accepted; const char* why; } rows[] = {
+    const struct {
+        SecurityOrigin origin;
+        bool mainFrame;
+        Sender sender;
+        std::optional<std::string> url;
+        bool accepted;
+        const char* why;
+    } rows[] = {
         {localOrigin, true, own, page, true, "the local page"},
         {localOrigin, false, own, page, false, "a sub-frame"},
         {{"http", "localhost", 47831}, true, own, page, false, "the same page under another name"},
