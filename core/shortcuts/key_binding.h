@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -71,3 +72,12 @@ struct BriselKeyBinding {
 };
 
 }  // namespace brisel
+
+// Bindings as set members and map keys. The two 32-bit fields pack into one 64-bit value, so
+// bindings hash equal exactly when they are equal.
+template <>
+struct std::hash<brisel::BriselKeyBinding> {
+    size_t operator()(const brisel::BriselKeyBinding& binding) const noexcept {
+        return std::hash<uint64_t>{}(uint64_t{binding.keyCode} << 32 | binding.modifiers);
+    }
+};

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <unordered_set>
 
 #include "shortcuts/key_binding.h"
 #include "shortcuts/physical_keys.h"
@@ -70,9 +71,9 @@ std::optional<std::string> BriselShortcutBindings::error() const {
     for (const auto action : allShortcutActions) {
         if (auto message = (*this)[action].error(action)) return message;
     }
-    if (capture == saveAndReturn || capture == returnToReading || saveAndReturn == returnToReading) {
-        return shortcut_texts::duplicateBinding;
-    }
+    // Any two actions on one key are a duplicate.
+    const std::unordered_set<BriselKeyBinding> distinct{capture, saveAndReturn, returnToReading};
+    if (distinct.size() < allShortcutActions.size()) return shortcut_texts::duplicateBinding;
     return std::nullopt;
 }
 

@@ -24,13 +24,9 @@ public:
         completions.push_back(std::move(completion));
     }
     void cancel() override { ++cancels; }
-
     // The credential Apple hands back for the request that `perform` received at `index`.
-    void succeed(size_t index = 0, const std::string& token = "apple.identity.token") {
-        completions.at(index)(AppleAuthorization{true, requests.at(index).state, token});
-    }
-    void fail(size_t index, long long code, std::string domain = std::string(appleAuthorizationErrorDomain)) {
-        completions.at(index)(SignInError{std::move(domain), code});
+    void succeed(size_t index = 0) {
+        completions.at(index)(AppleAuthorization{true, requests.at(index).state, "apple.identity.token"});
     }
 };
 
@@ -44,19 +40,13 @@ public:
     int signOuts = 0;
 
     void setConfiguration(const GoogleConfiguration& configuration) override { configurations.push_back(configuration); }
-    void signIn(std::function<void(GoogleSignInOutcome)> completion) override {
-        completions.push_back(std::move(completion));
-    }
+    void signIn(std::function<void(GoogleSignInOutcome)> completion) override { completions.push_back(std::move(completion)); }
     bool handle(const std::string& url) override {
         handledURLs.push_back(url);
         return handleAnswer;
     }
     void signOut() override { ++signOuts; }
-
     void succeed(size_t index = 0) { completions.at(index)({std::nullopt, "google.id.token", "google.access.token"}); }
-    void fail(size_t index, long long code, std::string domain = std::string(googleSignInErrorDomain)) {
-        completions.at(index)({SignInError{std::move(domain), code}, std::nullopt, ""});
-    }
 };
 
 inline const char* validClientID = "123456-abcdef.apps.googleusercontent.com";
@@ -65,12 +55,10 @@ inline const char* validRedirectScheme = "com.googleusercontent.apps.123456-abcd
 
 // Both providers switched on and Google fully configured.
 inline nlohmann::json signInConfiguration() {
-    return {
-        {"BriselAppleSignInEnabled", true},
-        {"BriselGoogleClientID", validClientID},
-        {"BriselGoogleServerClientID", validServerClientID},
-        {"CFBundleURLTypes", {{{"CFBundleURLSchemes", {"brisel", validRedirectScheme}}}}},
-    };
+    return {{"BriselAppleSignInEnabled", true},
+            {"BriselGoogleClientID", validClientID},
+            {"BriselGoogleServerClientID", validServerClientID},
+            {"CFBundleURLTypes", {{{"CFBundleURLSchemes", {"brisel", validRedirectScheme}}}}}};
 }
 
 inline const std::string validNonce(43, 'A');
@@ -85,8 +73,7 @@ struct AuthHarness {
     JsonConfigurationValues configuration{signInConfiguration()};
     FakeAppleSignIn apple;
     FakeGoogleSignIn google;
-    bool windowAvailable = true;
-    int anchorCalls = 0;
+    int windowsLeft = 100;  // how many more times the reader panel answers the anchor
     int generations = 0;
     std::unique_ptr<BriselNativeAuth> auth;
 
@@ -95,28 +82,18 @@ struct AuthHarness {
         auth = std::make_unique<BriselNativeAuth>(
             BriselNativeAuthPorts{
                 [this] { return webViewAlive ? WebViewReference{&webView, &nativeWebView} : WebViewReference(); },
-                configuration,
-                withApple ? &apple : nullptr,
-                withGoogle ? &google : nullptr,
-                [this] {
-                    ++anchorCalls;
-                    return windowAvailable;
-                },
-                [this] { return "generation-" + std::to_string(++generations); },
-                platformSha256,
-            },
+                configuration, withApple ? &apple : nullptr, withGoogle ? &google : nullptr,
+                [this] { return windowsLeft-- > 0; },
+                [this] { return "generation-" + std::to_string(++generations); }},
             "http://127.0.0.1:47831");
     }
 
-    ScriptMessage message(nlohmann::json body) {
-        return {std::move(body), true, {"http", "127.0.0.1", 47831}, &nativeWebView};
-    }
+    ScriptMessage message(nlohmann::json body) { return {std::move(body), true, {"http", "127.0.0.1", 47831}, &nativeWebView}; }
     bool send(nlohmann::json body) { return auth->handle(message(std::move(body))); }
-
     bool authenticate(const std::string& provider, const std::string& requestID = firstRequest,
-                      const std::optional<std::string>& nonce = validNonce) {
+                      const nlohmann::json& nonce = validNonce) {
         nlohmann::json body{{"action", "authenticate"}, {"requestId", requestID}, {"provider", provider}};
-        if (nonce) body["nonce"] = *nonce;
+        if (!nonce.is_null()) body["nonce"] = nonce;
         return send(std::move(body));
     }
 

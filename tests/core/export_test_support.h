@@ -15,25 +15,11 @@ inline std::string encodeBase64(const std::string& bytes) {
     static constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string text;
     text.reserve((bytes.size() + 2) / 3 * 4);
-    size_t i = 0;
-    for (; i + 3 <= bytes.size(); i += 3) {
-        const uint32_t n = (uint8_t(bytes[i]) << 16) | (uint8_t(bytes[i + 1]) << 8) | uint8_t(bytes[i + 2]);
-        text += alphabet[n >> 18];
-        text += alphabet[(n >> 12) & 63];
-        text += alphabet[(n >> 6) & 63];
-        text += alphabet[n & 63];
-    }
-    if (bytes.size() - i == 1) {
-        const uint32_t n = uint8_t(bytes[i]) << 16;
-        text += alphabet[n >> 18];
-        text += alphabet[(n >> 12) & 63];
-        text += "==";
-    } else if (bytes.size() - i == 2) {
-        const uint32_t n = (uint8_t(bytes[i]) << 16) | (uint8_t(bytes[i + 1]) << 8);
-        text += alphabet[n >> 18];
-        text += alphabet[(n >> 12) & 63];
-        text += alphabet[(n >> 6) & 63];
-        text += '=';
+    for (size_t i = 0; i < bytes.size(); i += 3) {
+        uint32_t group = uint8_t(bytes[i]) << 16;
+        if (i + 1 < bytes.size()) group |= uint8_t(bytes[i + 1]) << 8;
+        if (i + 2 < bytes.size()) group |= uint8_t(bytes[i + 2]);
+        for (size_t j = 0; j < 4; ++j) text += i + j <= bytes.size() ? alphabet[(group >> (18 - 6 * j)) & 63] : '=';
     }
     return text;
 }
@@ -43,11 +29,7 @@ inline std::string encodeBase64(const std::string& bytes) {
 // between. Needs at least 26 bytes.
 inline std::string zipLikeArchive(size_t size) {
     std::string bytes(size, '\0');
-    uint32_t state = 0x9E3779B9u ^ static_cast<uint32_t>(size);
-    for (auto& byte : bytes) {
-        state = state * 1664525u + 1013904223u;
-        byte = static_cast<char>(state >> 24);
-    }
+    for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 2654435761u) >> 13);
     bytes.replace(0, 4, "PK\x03\x04", 4);
     bytes.replace(size - 22, 22, std::string("PK\x05\x06", 4) + std::string(18, '\0'));
     return bytes;

@@ -2,9 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <filesystem>
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "fakes/temp_dir.h"
@@ -14,10 +11,8 @@ namespace brisel {
 namespace {
 
 using testing::TempDir;
-using testing::readFile;
-using testing::writeFile;
 
-const std::string key = "brisel.keyboardShortcuts.v1";
+const std::string key = "brisel.keyboardShortcuts.v1", file = key + ".json";
 
 std::vector<std::string> namesIn(const std::filesystem::path& folder) {
     std::vector<std::string> names;
@@ -25,108 +20,56 @@ std::vector<std::string> namesIn(const std::filesystem::path& folder) {
     return names;
 }
 
-TEST(FileKeyValueStore, TheFolderIsBriselUnderTheXDGConfigHomeOrDotConfig) {
-    EXPECT_EQ(FileKeyValueStore::userFolder("/x/config", "/home/reader"), std::filesystem::path("/x/config/Brisel"));
-    EXPECT_EQ(FileKeyValueStore::userFolder(nullptr, "/home/reader"), std::filesystem::path("/home/reader/.config/Brisel"));
-    EXPECT_EQ(FileKeyValueStore::userFolder("", "/home/reader"), std::filesystem::path("/home/reader/.config/Brisel"));
-    EXPECT_EQ(FileKeyValueStore::userFolder("relative/config", "/home/reader"),
-              std::filesystem::path("/home/reader/.config/Brisel"))
-        << "a relative XDG path is ignored";
-    EXPECT_EQ(FileKeyValueStore::userFolder(nullptr, nullptr), std::nullopt);
+mode_t modeOf(const std::filesystem::path& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 0777 : 0;
+}
+
+TEST(FileKeyValueStore, LivesUnderAnAbsoluteXDGConfigHomeOrDotConfig) {
+    using Folder = std::optional<std::filesystem::path>;
+    EXPECT_EQ(FileKeyValueStore::userFolder("/x/config", "/home/reader"), Folder("/x/config/Brisel"));
+    EXPECT_EQ(FileKeyValueStore::userFolder("relative", "/home/reader"), Folder("/home/reader/.config/Brisel"));
+    EXPECT_EQ(FileKeyValueStore::userFolder(nullptr, "/home/reader"), Folder("/home/reader/.config/Brisel"));
     EXPECT_EQ(FileKeyValueStore::userFolder("", "relative"), std::nullopt);
 }
 
-TEST(FileKeyValueStore, OneJSONFilePerKey) {
+TEST(FileKeyValueStore, KeepsEachKeyPrivatelyInAFileOfItsOwnAndReplacesItWholly) {
     TempDir dir;
-    FileKeyValueStore store(dir.path());
-    EXPECT_EQ(store.fileFor(key), dir / "brisel.keyboardShortcuts.v1.json");
-    EXPECT_EQ(store.fileFor(""), std::nullopt);
-    EXPECT_EQ(store.fileFor("../escape"), std::nullopt);
-    EXPECT_EQ(store.fileFor("a/b"), std::nullopt);
-    EXPECT_EQ(store.fileFor(std::string("a\0b", 3)), std::nullopt);
-    EXPECT_FALSE(store.set("a/b", "x"));
-    EXPECT_EQ(store.get("a/b"), std::nullopt);
-}
-
-TEST(FileKeyValueStore, NothingStoredReadsAsNone) {
-    TempDir dir;
-    EXPECT_EQ(FileKeyValueStore(dir / "missing").get(key), std::nullopt);
-    EXPECT_EQ(FileKeyValueStore(dir.path()).get(key), std::nullopt);
-}
-
-TEST(FileKeyValueStore, WritesCreateTheMissingFolderPrivately) {
-    TempDir dir;
-    const auto folder = dir / "config/Brisel";
-    FileKeyValueStore store(folder);
-    ASSERT_TRUE(store.set(key, "{\"a\":1}"));
-    EXPECT_EQ(readFile(folder / "brisel.keyboardShortcuts.v1.json"), "{\"a\":1}");
-    struct stat info {};
-    ASSERT_EQ(::stat(folder.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0700u);
-    ASSERT_EQ(::stat((folder / "brisel.keyboardShortcuts.v1.json").c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0600u);
-}
-
-TEST(FileKeyValueStore, AReplacementLeavesOnlyTheNewFileBehind) {
-    TempDir dir;
-    FileKeyValueStore store(dir.path());
+    FileKeyValueStore store(dir / "config/Brisel");
+    EXPECT_EQ(store.get(key), std::nullopt) << "nothing stored, not even a folder";
     ASSERT_TRUE(store.set(key, "first, and longer than the second"));
-    ASSERT_TRUE(store.set(key, "second"));
-    EXPECT_EQ(store.get(key), "second");
-    EXPECT_EQ(namesIn(dir.path()), std::vector<std::string>{"brisel.keyboardShortcuts.v1.json"}) << "no temporary file";
+    ASSERT_TRUE(store.set(key, std::string("\0\xff\n{", 4)));
+    EXPECT_EQ(store.get(key), std::string("\0\xff\n{", 4));
+    EXPECT_EQ(namesIn(dir / "config/Brisel"), std::vector<std::string>{file}) << "no temporary file";
+    EXPECT_EQ(modeOf(dir / "config/Brisel"), 0700u);
+    EXPECT_EQ(modeOf(dir / "config/Brisel" / file), 0600u);
+    for (const std::string& refused : std::vector<std::string>{"", ".hidden", "..", "../escape", "a/b", {"a\0b", 3}}) {
+        EXPECT_EQ(store.fileFor(refused), std::nullopt) << refused;
+        EXPECT_FALSE(store.set(refused, "x")) << refused;
+    }
+    EXPECT_EQ(namesIn(dir / "config/Brisel"), std::vector<std::string>{file}) << "no other file anywhere";
+    EXPECT_EQ(namesIn(dir / "config"), std::vector<std::string>{"Brisel"});
 }
 
-TEST(FileKeyValueStore, KeepsAnyBytes) {
+TEST(FileKeyValueStore, WhatIsNotARegularFileReadsAsNothingAndIsKept) {
     TempDir dir;
-    FileKeyValueStore store(dir.path());
-    const std::string bytes("\0\xff\n{", 4);
-    ASSERT_TRUE(store.set(key, bytes));
-    EXPECT_EQ(store.get(key), bytes);
-    ASSERT_TRUE(store.set(key, ""));
-    EXPECT_EQ(store.get(key), "") << "empty is stored, not missing";
-}
-
-TEST(FileKeyValueStore, AnUnreadableFileReadsAsNone) {
-    TempDir dir;
-    std::filesystem::create_directories(dir / "brisel.keyboardShortcuts.v1.json");
+    std::filesystem::create_directories(dir / file / "child");  // a non-empty folder cannot be renamed over
     FileKeyValueStore store(dir.path());
     EXPECT_EQ(store.get(key), std::nullopt);
-}
-
-TEST(FileKeyValueStore, AFIFOAtThePathIsRefusedWithoutWaiting) {
-    TempDir dir;
-    ASSERT_EQ(::mkfifo((dir / "brisel.keyboardShortcuts.v1.json").c_str(), 0600), 0);
-    EXPECT_EQ(FileKeyValueStore(dir.path()).get(key), std::nullopt);
-}
-
-TEST(FileKeyValueStore, AFailedWriteKeepsTheOldValueAndLeavesNoTemporaryFile) {
-    TempDir dir;
-    const auto target = dir / "brisel.keyboardShortcuts.v1.json";
-    std::filesystem::create_directories(target / "child");  // a non-empty folder cannot be renamed over
-    FileKeyValueStore store(dir.path());
     EXPECT_FALSE(store.set(key, "new"));
-    EXPECT_EQ(namesIn(dir.path()), std::vector<std::string>{"brisel.keyboardShortcuts.v1.json"});
-    EXPECT_TRUE(std::filesystem::is_directory(target / "child"));
-}
-
-TEST(FileKeyValueStore, AFolderThatIsAFileCannotBeWritten) {
-    TempDir dir;
-    writeFile(dir / "Brisel", "not a folder");
-    FileKeyValueStore store(dir / "Brisel");
-    EXPECT_FALSE(store.set(key, "x"));
-    EXPECT_EQ(store.get(key), std::nullopt);
+    EXPECT_EQ(namesIn(dir.path()), std::vector<std::string>{file});
+    std::filesystem::remove_all(dir / file);
+    ASSERT_EQ(::mkfifo((dir / file).c_str(), 0600), 0);
+    EXPECT_EQ(store.get(key), std::nullopt) << "a FIFO is refused without waiting";
+    testing::writeFile(dir / "Brisel", "a file where the folder goes");
+    EXPECT_FALSE(FileKeyValueStore(dir / "Brisel").set(key, "x"));
 }
 
 TEST(FileKeyValueStore, CarriesTheShortcutSettingsAcrossRuns) {
     TempDir dir;
     FileKeyValueStore store(dir / "Brisel");
-    {
-        BriselShortcutSettings settings(store);
-        settings.begin(BriselShortcutAction::saveAndReturn);
-        settings.accept({15, event_modifier::command, false});
-    }
-    BriselShortcutSettings again(store);
-    EXPECT_EQ(again.bindings().saveAndReturn, BriselKeyBinding({15, BriselKeyBinding::command}));
+    BriselShortcutSettings(store).apply({{38, 0x1100}, {15, 0x0100}, {53, 0}});
+    EXPECT_EQ(BriselShortcutSettings(store).bindings().saveAndReturn, BriselKeyBinding({15, 0x0100}));
 }
 
 }  // namespace

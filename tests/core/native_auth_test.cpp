@@ -1,7 +1,9 @@
+#include "auth/native_auth.h"
+
 #include <gtest/gtest.h>
 
-#include "auth/native_auth.h"
 #include "core/auth_fakes.h"
+#include "fakes/page_script_runner.h"
 
 namespace brisel {
 namespace {
@@ -10,434 +12,239 @@ using nlohmann::json;
 using testing::AuthHarness;
 using testing::firstRequest;
 using testing::secondRequest;
-using testing::validNonce;
+using Results = std::vector<json>;
 
-const std::string apple(appleProviderID);
-const std::string google(googleProviderID);
+const std::string apple(appleProviderID), google(googleProviderID), local = "http://127.0.0.1:47831/";
 
-json failure(const std::string& requestID, const std::string& provider, const char* error) {
+json result(const std::string& requestID, const std::string& provider, const char* error) {
     return {{"requestId", requestID}, {"provider", provider}, {"error", error}};
 }
 
-// --- One request at a time ----------------------------------------------------------------
-
-TEST(NativeAuthBridge, MalformedRequestsAreConsumedAndAnsweredByNothing) {
-    AuthHarness h;
-    EXPECT_TRUE(h.authenticate(apple, "abc"));
-    EXPECT_TRUE(h.authenticate(apple, ""));
-    EXPECT_TRUE(h.authenticate(apple, std::string(firstRequest) + " "));
-    EXPECT_TRUE(h.authenticate(apple, "{6F9619FF-8B86-D011-B42D-00C04FC964FF}"));
-    EXPECT_TRUE(h.send({{"action", "authenticate"}, {"requestId", 7}, {"provider", apple}}));
-    EXPECT_TRUE(h.send({{"action", "authenticate"}, {"provider", apple}}));
-    EXPECT_TRUE(h.authenticate("facebook.com"));
-    EXPECT_TRUE(h.authenticate("Apple.com"));
-    EXPECT_TRUE(h.send({{"action", "authenticate"}, {"requestId", firstRequest}, {"provider", true}}));
-    EXPECT_TRUE(h.send({{"action", "cancelAuth"}}));
-    EXPECT_TRUE(h.send({{"action", "cancelAuth"}, {"requestId", 1}}));
-    EXPECT_TRUE(h.webView.calls.empty());
-    EXPECT_FALSE(h.auth->pending());
-    EXPECT_EQ(h.anchorCalls, 0);
-}
-
-TEST(NativeAuthBridge, ASecondRequestFailsAtOnceAndTheFirstGoesOn) {
-    AuthHarness h;
-    ASSERT_TRUE(h.authenticate(apple, firstRequest));
-    ASSERT_TRUE(h.authenticate(google, secondRequest));
-    EXPECT_EQ(h.results(), std::vector<json>{failure(secondRequest, google, "failed")});
-    EXPECT_EQ(h.auth->pending()->requestID, firstRequest);
-    EXPECT_EQ(h.apple.requests.size(), 1u);
-    EXPECT_TRUE(h.google.completions.empty());
-
-    h.apple.succeed(0);
-    ASSERT_EQ(h.results().size(), 2u);
-    EXPECT_EQ(h.results()[1], (json{{"requestId", firstRequest}, {"provider", apple}, {"idToken", "apple.identity.token"}}));
-    EXPECT_FALSE(h.auth->pending());
-}
-
-TEST(NativeAuthBridge, EachAcceptedRequestGetsAFreshGeneration) {
-    AuthHarness h;
-    h.authenticate(apple, firstRequest);
-    EXPECT_EQ(h.auth->pending()->generation, "generation-1");
-    EXPECT_EQ(h.auth->pending()->provider, apple);
-    h.apple.succeed(0);
-    h.authenticate(apple, firstRequest);  // the page may reuse an id; the attempt is still new
-    EXPECT_EQ(h.auth->pending()->generation, "generation-2");
-}
-
-TEST(NativeAuthBridge, CancelAuthEndsTheMatchingRequestSilently) {
-    AuthHarness h;
-    h.authenticate(apple, firstRequest);
-    EXPECT_TRUE(h.send({{"action", "cancelAuth"}, {"requestId", secondRequest}}));
-    EXPECT_TRUE(h.auth->pending()) << "another id changes nothing";
-    EXPECT_TRUE(h.send({{"action", "cancelAuth"}, {"requestId", "6f9619ff-8b86-d011-b42d-00c04fc964ff"}}));
-    EXPECT_TRUE(h.auth->pending()) << "ids are compared exactly";
-    EXPECT_EQ(h.apple.cancels, 0);
-
-    EXPECT_TRUE(h.send({{"action", "cancelAuth"}, {"requestId", firstRequest}}));
-    EXPECT_FALSE(h.auth->pending());
-    EXPECT_FALSE(h.auth->appleInFlight());
-    EXPECT_EQ(h.apple.cancels, 1);
-
-    // The sheet's own late answers are ignored: the controller was dropped.
-    h.apple.fail(0, appleAuthorizationCancelledCode);
-    h.apple.succeed(0);
-    EXPECT_TRUE(h.results().empty());
-}
-
-TEST(NativeAuthBridge, NativeSignOutForgetsTheRequestAndSignsGoogleOut) {
-    AuthHarness h;
-    h.authenticate(apple, firstRequest);
-    EXPECT_TRUE(h.send({{"action", "nativeSignOut"}}));
-    EXPECT_FALSE(h.auth->pending());
-    EXPECT_EQ(h.apple.cancels, 1);
-    EXPECT_EQ(h.google.signOuts, 1);
-    h.apple.succeed(0);
-    EXPECT_TRUE(h.results().empty());
-
-    AuthHarness withoutGoogle(true, false);
-    EXPECT_TRUE(withoutGoogle.send({{"action", "nativeSignOut"}}));
-}
-
-TEST(NativeAuthBridge, InvalidateDropsTheRequestWithoutAResult) {
-    AuthHarness h;
-    h.authenticate(apple, firstRequest);
-    h.auth->invalidate();
-    EXPECT_FALSE(h.auth->pending());
-    EXPECT_EQ(h.apple.cancels, 1);
-    h.apple.succeed(0);
-    EXPECT_TRUE(h.results().empty());
-    h.auth->invalidate();
-    EXPECT_EQ(h.apple.cancels, 1) << "nothing left to cancel";
-}
-
-TEST(NativeAuthBridge, AStaleAppleCallbackMissesANewerRequest) {
-    AuthHarness h;
-    h.authenticate(apple, firstRequest);
-    h.send({{"action", "cancelAuth"}, {"requestId", firstRequest}});
-    h.authenticate(apple, secondRequest);
-    ASSERT_EQ(h.apple.requests.size(), 2u);
-
-    h.apple.succeed(0);  // the first sheet answers late, with its own state
-    h.apple.fail(0, 1000);
-    EXPECT_TRUE(h.results().empty());
-    EXPECT_TRUE(h.auth->pending());
-
-    h.apple.succeed(1);
-    EXPECT_EQ(h.results(), (std::vector<json>{{{"requestId", secondRequest}, {"provider", apple},
-                                              {"idToken", "apple.identity.token"}}}));
-    h.apple.fail(1, 1000);  // a second delegate call of a finished controller
-    EXPECT_EQ(h.results().size(), 1u);
-}
-
-TEST(NativeAuthBridge, AStaleGoogleCompletionSendsNothingButSignsOut) {
-    AuthHarness h;
-    h.authenticate(google, firstRequest);
-    EXPECT_TRUE(h.auth->googleInFlight());
-    h.send({{"action", "cancelAuth"}, {"requestId", firstRequest}});
-    EXPECT_FALSE(h.auth->pending());
-    EXPECT_TRUE(h.auth->googleInFlight()) << "the sheet is still open";
-
-    // Until that sheet answers, every new request fails at once.
-    h.authenticate(apple, secondRequest);
-    EXPECT_EQ(h.results(), std::vector<json>{failure(secondRequest, apple, "failed")});
-    EXPECT_TRUE(h.apple.requests.empty());
-
-    h.google.succeed(0);
-    EXPECT_EQ(h.results().size(), 1u);
-    EXPECT_EQ(h.google.signOuts, 1);
-    EXPECT_FALSE(h.auth->googleInFlight());
-
-    h.authenticate(apple, secondRequest);
-    EXPECT_EQ(h.apple.requests.size(), 1u);
-}
-
-TEST(NativeAuthBridge, AGoogleCompletionCalledAgainMissesTheNextRequest) {
-    AuthHarness h;
-    h.authenticate(google, firstRequest);
-    h.google.succeed(0);
-    h.authenticate(apple, secondRequest);
-    ASSERT_EQ(h.auth->pending()->requestID, secondRequest);
-
-    h.google.succeed(0);
-    EXPECT_EQ(h.results().size(), 1u) << "only the first completion had a request to finish";
-    EXPECT_EQ(h.auth->pending()->requestID, secondRequest);
-    EXPECT_EQ(h.google.signOuts, 2);
-    h.apple.succeed(0);
-    EXPECT_EQ(h.results().size(), 2u);
-}
-
-TEST(NativeAuthBridge, AGoogleSheetOutlivesInvalidate) {
-    AuthHarness h;
-    h.authenticate(google, firstRequest);
-    h.auth->invalidate();
-    EXPECT_TRUE(h.auth->googleInFlight());
-    h.authenticate(google, secondRequest);
-    EXPECT_EQ(h.results(), std::vector<json>{failure(secondRequest, google, "failed")});
-    EXPECT_EQ(h.google.completions.size(), 1u);
-
-    h.google.fail(0, googleSignInCancelledCode);
-    EXPECT_EQ(h.results().size(), 1u);
-    EXPECT_EQ(h.google.signOuts, 1);
-}
-
-TEST(NativeAuthBridge, NoWindowFailsTheRequest) {
-    for (const std::string& provider : {apple, google}) {
-        AuthHarness h;
-        h.windowAvailable = false;
-        EXPECT_TRUE(h.authenticate(provider, firstRequest));
-        EXPECT_EQ(h.results(), std::vector<json>{failure(firstRequest, provider, "failed")}) << provider;
-        EXPECT_TRUE(h.apple.requests.empty());
-        EXPECT_TRUE(h.google.completions.empty());
-        EXPECT_FALSE(h.auth->pending());
-        EXPECT_FALSE(h.auth->googleInFlight());
-    }
-}
-
-TEST(NativeAuthBridge, TheWindowGoingAwayBeforeTheGoogleSheetFailsIt) {
-    AuthHarness h;
-    h.auth.reset();
-    int calls = 0;
-    h.auth = std::make_unique<BriselNativeAuth>(
-        BriselNativeAuthPorts{[&] { return WebViewReference{&h.webView, &h.nativeWebView}; }, h.configuration, &h.apple,
-                              &h.google, [&] { return ++calls == 1; }},
-        "http://127.0.0.1:47831");
-    h.authenticate(google, firstRequest);
-    EXPECT_EQ(h.results(), std::vector<json>{failure(firstRequest, google, "failed")});
-    EXPECT_FALSE(h.auth->googleInFlight());
-    EXPECT_TRUE(h.google.completions.empty());
-    EXPECT_EQ(h.google.configurations.size(), 1u);
-}
-
-TEST(NativeAuthBridge, ResultsReachOnlyTheLocalPage) {
-    AuthHarness h;
-    h.authenticate(apple, firstRequest);
-    h.webView.url = "https://auth.brisel.app/";
-    h.apple.succeed(0);
-    EXPECT_TRUE(h.webView.calls.empty());
-    EXPECT_FALSE(h.auth->pending()) << "the request is over even though nobody heard of it";
-
-    h.webView.url = "http://127.0.0.1:47831/";
-    h.authenticate(apple, secondRequest);
-    h.webViewAlive = false;
-    h.apple.succeed(1);
-    EXPECT_TRUE(h.webView.calls.empty());
-
-    h.webViewAlive = true;
-    h.webView.url = std::nullopt;
-    h.authenticate(apple, firstRequest);
-    EXPECT_TRUE(h.webView.calls.empty());
-}
-
-TEST(NativeAuthBridge, ResultsNeverCarryAnErrorAndATokenTogether) {
-    std::vector<json> all;
-    const auto collect = [&](AuthHarness& h) {
-        for (const auto& result : h.results()) all.push_back(result);
+TEST(NativeAuth, ConsumesItsMalformedActionsSilentlyAndLeavesOthersToTheChannel) {
+    const struct { json body; bool consumed; const char* why; } rows[] = {
+        {{{"action", "authenticate"}, {"requestId", "abc"}, {"provider", apple}}, true, "an id that is no UUID"},
+        {{{"action", "authenticate"}, {"requestId", 7}, {"provider", apple}}, true, "an id that is no string"},
+        {{{"action", "authenticate"}, {"requestId", firstRequest}, {"provider", "Apple.com"}}, true, "providers match exactly"},
+        {{{"action", "cancelAuth"}, {"requestId", 1}}, true, "a cancel with an id that is no string"},
+        {{{"action", "Authenticate"}}, false, "actions are case-sensitive"},
+        {json::array({"authenticate"}), false, "not an object"},
     };
-    for (long long code : {1000LL, 1001LL, 1004LL}) {
+    for (const auto& row : rows) {
         AuthHarness h;
-        h.authenticate(apple);
-        h.apple.fail(0, code);
-        collect(h);
+        EXPECT_EQ(h.send(row.body), row.consumed) << row.why;
+        EXPECT_TRUE(h.webView.calls.empty() && !h.auth->pending() && h.windowsLeft == 100) << row.why;
     }
-    for (const AppleAuthorization& authorization : std::vector<AppleAuthorization>{
-             {true, firstRequest, "token"}, {false, firstRequest, "token"}, {true, secondRequest, "token"},
-             {true, std::nullopt, "token"}, {true, firstRequest, std::nullopt}, {true, firstRequest, ""},
-             {true, firstRequest, "\xFF\xFE"}}) {
-        AuthHarness h;
-        h.authenticate(apple);
-        h.apple.completions.at(0)(authorization);
-        collect(h);
-    }
-    for (const GoogleSignInOutcome& outcome : std::vector<GoogleSignInOutcome>{
-             {std::nullopt, "id", "access"}, {SignInError{"com.google.GIDSignIn", -5}, "id", "access"},
-             {SignInError{"NSURLErrorDomain", -1009}, "id", "access"}, {std::nullopt, std::nullopt, "access"},
-             {std::nullopt, "", "access"}, {std::nullopt, "id", "\xC0"}}) {
-        AuthHarness h;
-        h.authenticate(google);
-        h.google.completions.at(0)(outcome);
-        collect(h);
-    }
-    ASSERT_EQ(all.size(), 16u);
-    int successes = 0;
-    for (const auto& result : all) {
-        EXPECT_NE(result.contains("error"), result.contains("idToken")) << result;
-        if (result.contains("error")) EXPECT_FALSE(result.contains("accessToken")) << result;
-        successes += result.contains("idToken");
-    }
-    EXPECT_EQ(successes, 2);
 }
 
-TEST(NativeAuthBridge, TheBridgeMayGoWhileASheetIsOpen) {
-    AuthHarness h;
-    h.authenticate(google, firstRequest);
-    h.authenticate(apple, secondRequest);
-    h.auth.reset();
-    h.google.succeed(0);
-    EXPECT_EQ(h.google.signOuts, 0) << "nobody is left to ask";
-    EXPECT_EQ(h.results().size(), 1u);
+TEST(NativeAuth, HearsOnlyTheLocalPagesMainFrameInItsOwnWebView) {
+    enum Sender { own, secondWebView, portObject, none };
+    const SecurityOrigin localOrigin{"http", "127.0.0.1", 47831};
+    const std::optional<std::string> page = local + "library?book=1#note";
+    const struct {
+        SecurityOrigin origin;
+        bool mainFrame;
+        Sender sender;
+        std::optional<std::string> url;
+        bool accepted;
+        const char* why;
+    } rows[] = {
+        {localOrigin, true, own, page, true, "the local page"},
+        {localOrigin, false, own, page, false, "a sub-frame"},
+        {{"http", "localhost", 47831}, true, own, page, false, "the same page under another name"},
+        {localOrigin, true, secondWebView, page, false, "a second web view on the same page"},
+        {localOrigin, true, portObject, page, false, "the port object is not the web view's identity"},
+        {localOrigin, true, none, page, false, "no web view on either side"},
+        {localOrigin, true, own, "https://auth.brisel.app/", false, "the page has moved on"},
+        {localOrigin, true, own, std::nullopt, false, "no current address"},
+    };
+    for (const auto& row : rows) {
+        AuthHarness h;
+        int other = 0;
+        h.webView.url = row.url;
+        h.webViewAlive = row.sender != none;
+        auto message = h.message({{"action", "authenticate"}, {"requestId", firstRequest}, {"provider", apple},
+                                  {"nonce", testing::validNonce}});
+        message.origin = row.origin;
+        message.isMainFrame = row.mainFrame;
+        message.webView = std::array<const void*, 4>{&h.nativeWebView, &other, &h.webView, nullptr}[row.sender];
+        EXPECT_EQ(h.auth->handle(message), row.accepted) << row.why;
+        EXPECT_EQ(h.apple.requests.size(), row.accepted ? 1u : 0u) << row.why;
+    }
 }
 
-// --- Sign in with Apple -------------------------------------------------------------------
-
-TEST(AppleSignIn, RequestsEmailAndNameWithTheHashedNonceAndTheRequestIdAsState) {
+TEST(NativeAuth, AppleIsAskedWithTheHashedNonceAndASecondRequestFailsAtOnce) {
     AuthHarness h;
     h.authenticate(apple, firstRequest);
     ASSERT_EQ(h.apple.requests.size(), 1u);
-    const auto& request = h.apple.requests[0];
-    EXPECT_EQ(request.requestedScopes, (std::vector<AppleScope>{AppleScope::email, AppleScope::fullName}));
-    EXPECT_EQ(request.nonce, "0f007385b6f9d4b7eeb2748605afe1a984a0a3bfa3f014d09e2a784ce9e5cd1a");
-    EXPECT_EQ(request.state, firstRequest);
-    EXPECT_TRUE(h.auth->appleInFlight());
+    EXPECT_EQ(h.apple.requests[0].requestedScopes, (std::vector<AppleScope>{AppleScope::email, AppleScope::fullName}));
+    EXPECT_EQ(h.apple.requests[0].nonce, "0f007385b6f9d4b7eeb2748605afe1a984a0a3bfa3f014d09e2a784ce9e5cd1a");
+    EXPECT_EQ(h.apple.requests[0].state, firstRequest);
+    h.authenticate(google, secondRequest);
+    EXPECT_EQ(h.results(), Results{result(secondRequest, google, "failed")});
+    h.apple.succeed();
+    EXPECT_EQ(h.results().at(1), (json{{"requestId", firstRequest}, {"provider", apple}, {"idToken", "apple.identity.token"}}));
+    EXPECT_TRUE(h.google.completions.empty()) << "the first went on undisturbed";
 }
 
-TEST(AppleSignIn, PassesOnlyTheIdentityToken) {
+TEST(NativeAuth, CancelSignOutAndInvalidateEndTheRequestWithoutAResult) {
+    for (const char* end : {"cancelAuth", "nativeSignOut", "invalidate"}) {
+        AuthHarness h;
+        h.authenticate(apple, firstRequest);
+        h.send({{"action", "cancelAuth"}, {"requestId", "6f9619ff-8b86-d011-b42d-00c04fc964ff"}});
+        EXPECT_TRUE(h.auth->pending()) << "ids are compared exactly";
+        if (end == std::string("invalidate")) h.auth->invalidate();
+        EXPECT_TRUE(end == std::string("invalidate") || h.send({{"action", end}, {"requestId", firstRequest}}));
+        EXPECT_EQ(h.apple.cancels, 1) << end;
+        EXPECT_EQ(h.google.signOuts, end == std::string("nativeSignOut") ? 1 : 0) << end;
+        h.apple.succeed();
+        EXPECT_TRUE(h.results().empty() && !h.auth->pending()) << end << ": the sheet's late answer is ignored";
+    }
+}
+
+TEST(NativeAuth, LateCallbacksOfAnOlderAttemptMissTheNewerOne) {
     AuthHarness h;
     h.authenticate(apple, firstRequest);
-    h.apple.succeed(0, "eyJhbGciOiJSUzI1NiJ9.payload.signature");
-    EXPECT_EQ(h.results(), (std::vector<json>{{{"requestId", firstRequest}, {"provider", apple},
-                                              {"idToken", "eyJhbGciOiJSUzI1NiJ9.payload.signature"}}}));
-    EXPECT_FALSE(h.auth->appleInFlight());
-    EXPECT_EQ(h.apple.cancels, 0) << "a finished controller is let go, not cancelled";
-}
+    h.send({{"action", "cancelAuth"}, {"requestId", firstRequest}});
+    h.authenticate(apple, secondRequest);
+    h.apple.succeed(0);
+    EXPECT_TRUE(h.results().empty()) << "the first sheet answers late";
+    h.apple.succeed(1);
+    h.apple.succeed(1);
+    EXPECT_EQ(h.results().size(), 1u) << "a finished controller's second call misses";
 
-TEST(AppleSignIn, ClosingTheSheetIsCancelledAndOtherErrorsFailed) {
-    const auto resultOf = [](long long code, std::string domain) {
-        AuthHarness h;
-        h.authenticate(apple, firstRequest);
-        h.apple.fail(0, code, std::move(domain));
-        return h.results();
-    };
-    const std::string domain(appleAuthorizationErrorDomain);
-    EXPECT_EQ(resultOf(1001, domain), std::vector<json>{failure(firstRequest, apple, "cancelled")});
-    EXPECT_EQ(resultOf(1000, domain), std::vector<json>{failure(firstRequest, apple, "failed")});
-    EXPECT_EQ(resultOf(1004, domain), std::vector<json>{failure(firstRequest, apple, "failed")});
-    EXPECT_EQ(resultOf(1001, "NSCocoaErrorDomain"), std::vector<json>{failure(firstRequest, apple, "failed")});
-}
-
-TEST(AppleSignIn, ACredentialForAnotherRequestFails) {
-    for (const AppleAuthorization& authorization : std::vector<AppleAuthorization>{
-             {true, secondRequest, "token"},
-             {true, "6f9619ff-8b86-d011-b42d-00c04fc964ff", "token"},
-             {true, std::nullopt, "token"},
-             {false, firstRequest, "token"},  // a password credential, say
-             {true, firstRequest, std::nullopt},
-             {true, firstRequest, ""},
-             {true, firstRequest, "tok\xE9n"},  // not UTF-8
-         }) {
-        AuthHarness h;
-        h.authenticate(apple, firstRequest);
-        h.apple.completions[0](authorization);
-        EXPECT_EQ(h.results(), std::vector<json>{failure(firstRequest, apple, "failed")})
-            << authorization.state.value_or("(no state)");
-    }
-}
-
-TEST(AppleSignIn, IsUnconfiguredUnlessSwitchedOn) {
-    for (const json& value : {json("1"), json(false), json("no"), json(nullptr)}) {
-        AuthHarness h;
-        auto values = testing::signInConfiguration();
-        values["BriselAppleSignInEnabled"] = value;
-        h.configuration = JsonConfigurationValues(values);
-        h.authenticate(apple, firstRequest);
-        EXPECT_EQ(h.results(), std::vector<json>{failure(firstRequest, apple, "unconfigured")}) << value;
-        EXPECT_TRUE(h.apple.requests.empty());
-    }
-    AuthHarness h;
-    auto values = testing::signInConfiguration();
-    values["BriselAppleSignInEnabled"] = "yes";
-    h.configuration = JsonConfigurationValues(values);
-    h.authenticate(apple, firstRequest);
-    EXPECT_EQ(h.apple.requests.size(), 1u);
-
-    AuthHarness withoutApple(false, true);
-    withoutApple.authenticate(apple, firstRequest);
-    EXPECT_EQ(withoutApple.results(), std::vector<json>{failure(firstRequest, apple, "unconfigured")});
-}
-
-TEST(AppleSignIn, ABadNonceFailsWithoutASheet) {
-    for (const std::optional<std::string>& nonce : std::vector<std::optional<std::string>>{
-             std::string(42, 'A'), std::string(44, 'A'), std::string(42, 'A') + "+", std::string(42, 'A') + "/",
-             std::string(42, 'A') + "=", validNonce + "\n", std::nullopt}) {
-        AuthHarness h;
-        h.authenticate(apple, firstRequest, nonce);
-        EXPECT_EQ(h.results(), std::vector<json>{failure(firstRequest, apple, "failed")}) << nonce.value_or("(none)");
-        EXPECT_TRUE(h.apple.requests.empty());
-    }
-    AuthHarness h;
-    h.send({{"action", "authenticate"}, {"requestId", firstRequest}, {"provider", apple}, {"nonce", 42}});
-    EXPECT_EQ(h.results(), std::vector<json>{failure(firstRequest, apple, "failed")});
-}
-
-// --- Google sign-in -----------------------------------------------------------------------
-
-TEST(GoogleSignIn, HandsBothTokensToThePageAndSignsOut) {
-    AuthHarness h;
     h.authenticate(google, firstRequest);
-    ASSERT_EQ(h.google.configurations.size(), 1u);
-    EXPECT_EQ(h.google.configurations[0], (GoogleConfiguration{testing::validClientID, testing::validServerClientID}));
     h.google.succeed(0);
-    EXPECT_EQ(h.results(), (std::vector<json>{{{"requestId", firstRequest}, {"provider", google},
-                                              {"idToken", "google.id.token"}, {"accessToken", "google.access.token"}}}));
-    EXPECT_EQ(h.google.signOuts, 1);
-    EXPECT_FALSE(h.auth->googleInFlight());
+    h.authenticate(apple, firstRequest);  // the page reuses an id; the attempt is new
+    h.google.succeed(0);
+    EXPECT_EQ(h.results().size(), 2u) << "Google's completion called again misses the Apple attempt";
+    EXPECT_EQ(h.auth->pending()->generation, "generation-4");
+    EXPECT_EQ(h.google.signOuts, 2);
 }
 
-TEST(GoogleSignIn, ClosingTheSheetIsCancelled) {
+TEST(NativeAuth, AnOpenGoogleSheetRefusesNewRequestsUntilItAnswers) {
     AuthHarness h;
     h.authenticate(google, firstRequest);
-    h.google.fail(0, googleSignInCancelledCode);
-    EXPECT_EQ(h.results(), std::vector<json>{failure(firstRequest, google, "cancelled")});
-    EXPECT_EQ(h.google.signOuts, 1);
+    h.auth->invalidate();
+    h.authenticate(apple, secondRequest);
+    EXPECT_EQ(h.results(), Results{result(secondRequest, apple, "failed")});
+    h.google.succeed();
+    EXPECT_EQ(h.results().size(), 1u) << "the stale completion sends nothing";
+    EXPECT_EQ(h.google.signOuts, 1) << "but signs the library out";
+    h.authenticate(apple, secondRequest);
+    EXPECT_EQ(h.apple.requests.size(), 1u);
 }
 
-TEST(GoogleSignIn, OtherErrorsAndMissingTokensFail) {
-    for (const GoogleSignInOutcome& outcome : std::vector<GoogleSignInOutcome>{
-             {SignInError{std::string(googleSignInErrorDomain), -4}, std::nullopt, ""},
-             {SignInError{"NSURLErrorDomain", -5}, std::nullopt, ""},
-             {std::nullopt, std::nullopt, "access"},
-             {std::nullopt, "", "access"}}) {
+TEST(NativeAuth, EachOutcomeGivesOneResultAndNeverAnErrorWithAToken) {
+    const std::string appleDomain(appleAuthorizationErrorDomain), googleDomain(googleSignInErrorDomain);
+    const json appleFailed = result(firstRequest, apple, "failed"), googleFailed = result(firstRequest, google, "failed");
+    const struct { std::optional<AppleSignInOutcome> apple; std::optional<GoogleSignInOutcome> google; json expected; const char* why; } rows[] = {
+        {AppleAuthorization{true, firstRequest, "t"}, {}, {{"requestId", firstRequest}, {"provider", apple}, {"idToken", "t"}},
+         "only Apple's identity token"},
+        {SignInError{appleDomain, 1001}, {}, result(firstRequest, apple, "cancelled"), "the user closed the Apple sheet"},
+        {SignInError{"NSCocoaErrorDomain", 1001}, {}, appleFailed, "1001 of another domain"},
+        {AppleAuthorization{true, secondRequest, "t"}, {}, appleFailed, "a credential for another request"},
+        {AppleAuthorization{false, firstRequest, "t"}, {}, appleFailed, "not an Apple ID credential"},
+        {AppleAuthorization{true, firstRequest, "tok\xE9n"}, {}, appleFailed, "a token that is not UTF-8"},
+        {{}, GoogleSignInOutcome{std::nullopt, "id", "access"},
+         {{"requestId", firstRequest}, {"provider", google}, {"idToken", "id"}, {"accessToken", "access"}}, "both tokens"},
+        {{}, GoogleSignInOutcome{SignInError{googleDomain, -5}, "id", "a"}, result(firstRequest, google, "cancelled"),
+         "the user closed the Google sheet"},
+        {{}, GoogleSignInOutcome{SignInError{"NSURLErrorDomain", -5}, "id", "a"}, googleFailed, "-5 of another domain"},
+        {{}, GoogleSignInOutcome{std::nullopt, "", "a"}, googleFailed, "an empty ID token"},
+        {{}, GoogleSignInOutcome{std::nullopt, "id", "\xC0"}, googleFailed, "an access token that is not UTF-8"},
+    };
+    for (const auto& row : rows) {
         AuthHarness h;
-        h.authenticate(google, firstRequest);
-        h.google.completions[0](outcome);
-        EXPECT_EQ(h.results(), std::vector<json>{failure(firstRequest, google, "failed")});
-        EXPECT_EQ(h.google.signOuts, 1);
+        h.authenticate(row.apple ? apple : google, firstRequest);
+        row.apple ? h.apple.completions.at(0)(*row.apple) : h.google.completions.at(0)(*row.google);
+        EXPECT_EQ(h.results(), Results{row.expected}) << row.why;
+        EXPECT_EQ(h.google.signOuts + h.apple.cancels, row.google ? 1 : 0) << row.why;
     }
 }
 
-TEST(GoogleSignIn, AnIncompleteConfigurationIsUnconfigured) {
-    for (const char* missing : {"BriselGoogleClientID", "BriselGoogleServerClientID", "CFBundleURLTypes"}) {
-        AuthHarness h;
+TEST(NativeAuth, AnUnusableStartAnswersWithoutASheet) {
+    const json valid = testing::validNonce, none = json::object();
+    const int panel = 100;  // how often the reader panel answers for the sheet: always, never, once
+    const struct {
+        std::string provider;
+        json change, nonce;
+        bool withApple, withGoogle;
+        int windows;
+        const char *expected, *why;
+    } rows[] = {
+        {apple, {{"BriselAppleSignInEnabled", "1"}}, valid, true, true, panel, "unconfigured", "Apple sign-in is off"},
+        {apple, none, valid, false, true, panel, "unconfigured", "no Apple sign-in on this platform"},
+        {apple, none, nullptr, true, true, panel, "failed", "no nonce"},
+        {apple, none, 42, true, true, panel, "failed", "a nonce that is no string"},
+        {apple, none, std::string(42, 'A'), true, true, panel, "failed", "a nonce of 42 characters"},
+        {apple, none, std::string(44, 'A'), true, true, panel, "failed", "a nonce of 44 characters"},
+        {apple, none, std::string(42, 'A') + "+", true, true, panel, "failed", "a nonce of standard base64"},
+        {apple, none, testing::validNonce + "\n", true, true, panel, "failed", "a nonce and a line break"},
+        {apple, none, std::string(41, 'A') + "\xC3\xA9", true, true, panel, "failed", "43 bytes, 42 characters"},
+        {apple, none, valid, true, true, 0, "failed", "no reader panel to show the sheet over"},
+        {google, none, nullptr, true, false, panel, "unconfigured", "no Google library"},
+        {google, {{"BriselGoogleClientID", nullptr}}, nullptr, true, true, panel, "unconfigured", "no Google client ID"},
+        {google, none, nullptr, true, true, 0, "failed", "no reader panel"},
+        {google, none, nullptr, true, true, 1, "failed", "the panel gone before the Google sheet"},
+    };
+    for (const auto& row : rows) {
+        AuthHarness h(row.withApple, row.withGoogle);
         auto values = testing::signInConfiguration();
-        values.erase(missing);
+        values.merge_patch(row.change);  // a null removes a key
         h.configuration = JsonConfigurationValues(values);
-        h.authenticate(google, firstRequest);
-        EXPECT_EQ(h.results(), std::vector<json>{failure(firstRequest, google, "unconfigured")}) << missing;
-        EXPECT_TRUE(h.google.configurations.empty()) << "the library is never touched";
-        EXPECT_FALSE(h.auth->googleInFlight());
+        h.windowsLeft = row.windows;
+        h.authenticate(row.provider, firstRequest, row.nonce);
+        EXPECT_EQ(h.results(), Results{result(firstRequest, row.provider, row.expected)}) << row.why;
+        EXPECT_TRUE(h.apple.requests.empty() && h.google.completions.empty() && !h.auth->googleInFlight()) << row.why;
     }
-    AuthHarness withoutLibrary(true, false);
-    withoutLibrary.authenticate(google, firstRequest);
-    EXPECT_EQ(withoutLibrary.results(), std::vector<json>{failure(firstRequest, google, "unconfigured")});
-    EXPECT_FALSE(withoutLibrary.auth->handleURL(std::string(testing::validRedirectScheme) + ":/oauth2redirect"));
 }
 
-TEST(GoogleSignIn, RedirectsAreHandledOnlyWhileTheSheetIsOpen) {
+TEST(NativeAuth, GoogleIsConfiguredAndHearsItsRedirectOnlyWhileItsSheetIsOpen) {
     AuthHarness h;
     const std::string redirect = std::string(testing::validRedirectScheme) + ":/oauth2redirect/google?code=1";
     EXPECT_FALSE(h.auth->handleURL(redirect)) << "no sign-in running";
     h.authenticate(google, firstRequest);
-    EXPECT_FALSE(h.auth->handleURL("brisel://open"));
-    EXPECT_FALSE(h.auth->handleURL("COM.googleusercontent.apps.123456-abcdef:/oauth2redirect"));
-    EXPECT_FALSE(h.auth->handleURL("com.googleusercontent.apps.123456:/oauth2redirect"));
-    EXPECT_FALSE(h.auth->handleURL("not a url"));
-    EXPECT_TRUE(h.google.handledURLs.empty());
+    EXPECT_EQ(h.google.configurations, (std::vector<GoogleConfiguration>{{testing::validClientID, testing::validServerClientID}}));
+    EXPECT_FALSE(h.auth->handleURL("COM.googleusercontent.apps.123456-abcdef:/oauth2redirect")) << "case-sensitive";
     EXPECT_TRUE(h.auth->handleURL(redirect));
     h.google.handleAnswer = false;
     EXPECT_FALSE(h.auth->handleURL(redirect)) << "the library's own answer";
-    EXPECT_EQ(h.google.handledURLs, (std::vector<std::string>{redirect, redirect}));
-
-    h.google.succeed(0);
+    h.google.succeed();
     EXPECT_FALSE(h.auth->handleURL(redirect));
+    EXPECT_EQ(h.google.handledURLs, (std::vector<std::string>{redirect, redirect}));
+}
+
+TEST(NativeAuth, ResultsReachOnlyTheLocalPageAndArriveThereUnchanged) {
+    AuthHarness h;
+    for (int gone = 0; gone < 3; ++gone) {  // to another origin, to no address, the web view itself
+        h.authenticate(apple, firstRequest);
+        h.webView.url = std::array<std::optional<std::string>, 3>{"https://auth.brisel.app/", {}, local}[gone];
+        h.webViewAlive = gone != 2;
+        h.apple.succeed(gone);
+        h.webView.url = local;
+        h.webViewAlive = true;
+    }
+    EXPECT_TRUE(h.webView.calls.empty() && !h.auth->pending());
+
+    // Quotes, separators, a closing script tag, a NUL, text beyond the BMP: a token arrives as is.
+    const std::string token = "a'b\"c\\d \xE2\x80\xA8</script>${x}`\n\xF0\x9F\x93\x96" + std::string(1, '\0') + "end";
+    h.authenticate(google, firstRequest);
+    h.google.completions[0]({std::nullopt, token, "access"});
+    const auto page = testing::runPageCalls(h.webView.calls);
+    ASSERT_TRUE(page.ran) << page.failure;
+    EXPECT_EQ(page.details("brisel:auth-result"), h.results());
+    EXPECT_EQ(page.details("brisel:auth-result").at(0).at("idToken"), token);
+    testing::PageSetup elsewhere;
+    elsewhere.origin = "http://localhost:47831";  // moved after the native check: the page checks again
+    EXPECT_TRUE(testing::runPageCalls(h.webView.calls, elsewhere).details("brisel:auth-result").empty());
+}
+
+TEST(NativeAuth, TheBridgeMayGoWhileASheetIsOpen) {
+    AuthHarness h;
+    h.authenticate(google, firstRequest);
+    h.auth.reset();
+    h.google.succeed();
+    EXPECT_TRUE(h.webView.calls.empty() && h.google.signOuts == 0);
 }
 
 }  // namespace
