@@ -100,12 +100,14 @@ void BriselKindleCapture::finishCopyRound(std::shared_ptr<const KindleClipboardS
                                           bool copyCompleted, Clock::time_point deadline, int64_t written,
                                           std::optional<std::string> text) {
     PasteboardPort& pasteboard = ports_.pasteboard;
-    // Still Kindle, and nobody wrote while the text was read: not half a copy.
-    if (!isFrontmost(sourcePID) || pasteboard.changeCount() != written) {
+    // Still Kindle, and nobody wrote while the text was read: not half a copy. A round that saw
+    // no change read nothing, so a copy landing after its look at the count is the next round's.
+    const bool changed = written != snapshot->changeCount;
+    if (!isFrontmost(sourcePID) || (changed && pasteboard.changeCount() != written)) {
         endWithMessage(capture_texts::copyUnverified);
         return;
     }
-    if (written == snapshot->changeCount || !text || trimWhitespaceAndNewlines(*text).empty()) {
+    if (!changed || !text || trimWhitespaceAndNewlines(*text).empty()) {
         if (ports_.mainQueue.now() >= deadline) {
             endWithMessage(capture_texts::noCopyReceived);
             return;
