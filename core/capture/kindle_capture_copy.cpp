@@ -18,19 +18,22 @@ void BriselKindleCapture::searchForCopyControl(int32_t processID) {
                            &queue = ports_.mainQueue] {
         if (alive.expired()) return;
         auto control = searchKindleForCopyControl(accessibility, processID, [&queue] { return queue.now(); });
+        // A greyed-out Copy (nothing selected, or more than Kindle lets anyone copy) is told
+        // here, with the search's other questions to Kindle, rather than on the main thread.
+        if (control && !isEnabledCopyControl(accessibility, *control)) control.reset();
         queue.post([alive, this, processID, control = std::move(control)] {
-            if (alive.lock()) copyControlFound(processID, control);
+            if (alive.lock()) enabledCopyControlFound(processID, control);
         });
     });
 }
 
-void BriselKindleCapture::copyControlFound(int32_t processID, const std::optional<AccessibilityElement>& control) {
+void BriselKindleCapture::enabledCopyControlFound(int32_t processID,
+                                                  const std::optional<AccessibilityElement>& control) {
     if (!isFrontmost(processID)) {
         endWithMessage(capture_texts::switchedDuringSearch);
         return;
     }
-    // A greyed-out Copy: nothing selected, or more than Kindle lets anyone copy.
-    if (!control || !isEnabledCopyControl(ports_.accessibility, *control)) {
+    if (!control) {
         endWithMessage(capture_texts::copyUnavailable);
         return;
     }
