@@ -2,11 +2,10 @@
 // "Reader" with a menu bar (Edit > Copy) and a Copy button, printing "active" once it has the
 // focus and "pressed" per click. As an owner of the clipboard, printing "owned" once it owns it
 // and ending when it loses it: "own [odd]" with the targets of other_app.h (and odd ones),
-// "own-large MB" with an image of MB megabytes, "copy TEXT" with TEXT, "hostile HOW"
-// misbehaving (see hostile()). As "manager", a clipboard manager
-// that prints "managing", and when asked to SAVE_TARGETS copies the clipboard and takes it
-// over. As "read TARGET", writes the type the owner answers TARGET in, on a line, then the data,
-// and fails when nothing comes.
+// "own-large MB" with an image of MB megabytes, "copy TEXT" with TEXT, "hostile HOW" misbehaving
+// (see hostile()). As "manager", a clipboard manager that prints "managing" and, asked to
+// SAVE_TARGETS, copies the clipboard and takes it over. As "read TARGET", writes the type the
+// owner answers TARGET in, on a line, then the data; fails when nothing comes.
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <glib-unix.h>
