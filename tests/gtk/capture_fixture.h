@@ -28,11 +28,20 @@ protected:
     static void SetUpTestSuite() {
         ShellEndToEnd::SetUpTestSuite();
         g_unsetenv("NO_AT_BRIDGE");
+        // Another Kindle, started first, on another desktop: never the one to bring forward.
+        otherDesktop = std::make_unique<brisel::testing::TempDir>();
+        std::filesystem::copy_file("/bin/sleep", *otherDesktop / kindleBundleID);
+        kindleElsewhere = std::make_unique<ChildProcess>(
+            std::vector<std::string>{"env", "DISPLAY=:65535", (*otherDesktop / kindleBundleID).string(), "600"});
         kindle = std::make_unique<ChildProcess>(std::vector<std::string>{BRISEL_KINDLE_STAND_IN});
         // Once the window manager runs, it brings the stand-in forward.
         ASSERT_TRUE(eventually(bringKindleForward));
     }
-    static void TearDownTestSuite() { kindle.reset(); }
+    static void TearDownTestSuite() {
+        kindle.reset();
+        kindleElsewhere.reset();
+        otherDesktop.reset();
+    }
 
     CaptureEndToEnd() {
         tell("reset");
@@ -127,7 +136,8 @@ protected:
         return outcomeAfter(eventsBefore);
     }
 
-    static inline std::unique_ptr<ChildProcess> kindle;
+    static inline std::unique_ptr<brisel::testing::TempDir> otherDesktop;
+    static inline std::unique_ptr<ChildProcess> kindleElsewhere, kindle;
     std::unique_ptr<ChildProcess> userClipboard;
     // Before the last capture: the owner of the user's clipboard, and how many events the page had.
     Window ownerBefore = None;
