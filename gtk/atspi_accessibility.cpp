@@ -212,6 +212,7 @@ GDBusConnection* AtspiAccessibility::connection() {
     std::lock_guard lock(mutex_);
     if (bus_ && !g_dbus_connection_is_closed(bus_)) return G_DBUS_CONNECTION(g_object_ref(bus_));
     g_clear_object(&bus_);
+    registryAnswered_ = false;
     const auto address = accessibilityBusAddress();
     if (!address) return nullptr;
     bus_ = g_dbus_connection_new_for_address_sync(
@@ -225,8 +226,16 @@ GDBusConnection* AtspiAccessibility::connection() {
 bool AtspiAccessibility::isProcessTrusted(bool) {
     const Connection bus(connection(), g_object_unref);
     if (!bus) return false;
-    return call(bus.get(), "org.a11y.atspi.Registry", rootPath, "org.freedesktop.DBus.Properties", "Get",
-                g_variant_new("(ss)", accessibleInterface, "ChildCount"), "(v)", daemonTimeoutMs) != nullptr;
+    {
+        std::lock_guard lock(mutex_);
+        if (registryAnswered_ && bus_ == bus.get()) return true;
+    }
+    const bool answered = call(bus.get(), "org.a11y.atspi.Registry", rootPath, "org.freedesktop.DBus.Properties",
+                               "Get", g_variant_new("(ss)", accessibleInterface, "ChildCount"), "(v)",
+                               daemonTimeoutMs) != nullptr;
+    std::lock_guard lock(mutex_);
+    if (bus_ == bus.get()) registryAnswered_ = answered;
+    return answered;
 }
 
 AccessibilityElement AtspiAccessibility::applicationElement(int32_t processID) {

@@ -13,7 +13,8 @@ namespace brisel::gtk {
 // D-Bus connection, shared with GTK's accessibility bridge in this very process and dispatched
 // by the main loop, so core's background search would race the main thread inside it (no lock
 // of ours covers the main loop's dispatch), and its time-out is global. A GDBus connection is
-// safe to call from any thread and takes a time-out per call; the mutex only guards connecting.
+// safe to call from any thread and takes a time-out per call; the mutex only guards the
+// connection, and whether its registry answered.
 //
 // Core's names map onto AT-SPI as follows: AXRole from the role (push button is AXButton, the
 // menu item roles are AXMenuItem), AXTitle the name, AXDescription the description, AXChildren
@@ -28,8 +29,10 @@ public:
     AtspiAccessibility(const AtspiAccessibility&) = delete;
     AtspiAccessibility& operator=(const AtspiAccessibility&) = delete;
 
-    // Whether the accessibility bus and its registry answer. There is no permission to ask
-    // for on Linux, so `prompt` changes nothing.
+    // Whether the accessibility bus and its registry answer; once the registry has, for as long
+    // as the connection stays open (asked on every status event, the registry would hold up
+    // the main thread each time). There is no permission to ask for on Linux, so `prompt`
+    // changes nothing.
     bool isProcessTrusted(bool prompt) override;
     // Empty when no application of that process is on the bus.
     AccessibilityElement applicationElement(int32_t processID) override;
@@ -49,6 +52,7 @@ private:
 
     std::mutex mutex_;
     GDBusConnection* bus_ = nullptr;
+    bool registryAnswered_ = false;  // on `bus_`
 };
 
 }  // namespace brisel::gtk

@@ -45,25 +45,39 @@ bool isAlive(int32_t processID) {
     return state != 'Z' && state != 'X';
 }
 
-// GIO's launcher sets both variables; children inherit them, so the PID tells whether this
-// process is the one launched.
-std::optional<std::string> launchedDesktopID(int32_t processID) {
+// A variable of the environment the process started with; absent when unset, or when the
+// process is not ours to read.
+std::optional<std::string> environmentVariable(int32_t processID, std::string_view name) {
     const std::string environment = readFile(procPath(processID, "environ"));
-    std::string_view desktopFile;
-    std::optional<int32_t> launchedProcess;
     for (size_t start = 0; start < environment.size();) {
         size_t end = environment.find('\0', start);
         if (end == std::string::npos) end = environment.size();
         const std::string_view variable(environment.data() + start, end - start);
-        if (variable.starts_with("GIO_LAUNCHED_DESKTOP_FILE=")) {
-            desktopFile = variable.substr(variable.find('=') + 1);
-        } else if (variable.starts_with("GIO_LAUNCHED_DESKTOP_FILE_PID=")) {
-            launchedProcess = parseProcessID(variable.substr(variable.find('=') + 1));
+        if (variable.size() > name.size() && variable.starts_with(name) && variable[name.size()] == '=') {
+            return std::string(variable.substr(name.size() + 1));
         }
         start = end + 1;
     }
-    if (launchedProcess != processID || !desktopFile.ends_with(".desktop")) return std::nullopt;
-    const std::string name = fs::path(desktopFile).filename().string();
+    return std::nullopt;
+}
+
+// An X display's name without its screen: ":0.0" is the display ":0".
+std::string displayName(std::string name) {
+    const size_t screen = name.rfind('.');
+    if (screen != std::string::npos && screen > name.rfind(':')) name.resize(screen);
+    return name;
+}
+
+// GIO's launcher sets both variables; children inherit them, so the PID tells whether this
+// process is the one launched.
+std::optional<std::string> launchedDesktopID(int32_t processID) {
+    const auto desktopFile = environmentVariable(processID, "GIO_LAUNCHED_DESKTOP_FILE");
+    const auto launchedProcess = environmentVariable(processID, "GIO_LAUNCHED_DESKTOP_FILE_PID");
+    if (!desktopFile || !launchedProcess || parseProcessID(*launchedProcess) != processID ||
+        !desktopFile->ends_with(".desktop")) {
+        return std::nullopt;
+    }
+    const std::string name = fs::path(*desktopFile).filename().string();
     return name.substr(0, name.size() - std::string_view(".desktop").size());
 }
 
@@ -130,9 +144,14 @@ std::vector<RunningApplication> DesktopApplications::runningApplications(const s
         if (auto processID = parseProcessID(entry.path().filename().string())) processIDs.push_back(*processID);
     }
     std::sort(processIDs.begin(), processIDs.end());
+    // Started on our display: one on another display, or another user's, is not on this desktop
+    // and cannot be brought forward here.
+    const std::string display = displayName(gdk_display_get_name(gdk_display_get_default()));
     std::vector<RunningApplication> found;
     for (int32_t processID : processIDs) {
-        if (applicationIdentity(processID) == bundleID) found.push_back({processID, bundleID});
+        if (applicationIdentity(processID) != bundleID) continue;
+        const auto processDisplay = environmentVariable(processID, "DISPLAY");
+        if (processDisplay && displayName(*processDisplay) == display) found.push_back({processID, bundleID});
     }
     return found;
 }

@@ -16,7 +16,8 @@ public:
     // The application whose window the window manager reports active (_NET_ACTIVE_WINDOW), by
     // the window's _NET_WM_PID.
     std::optional<RunningApplication> frontmostApplication() const override;
-    // Every process with that identity, by ascending process ID.
+    // Every process of this desktop (started on our display) with that identity, by ascending
+    // process ID.
     std::vector<RunningApplication> runningApplications(const std::string& bundleID) const override;
     bool isTerminated(const RunningApplication& application) const override;
     // Asks the window manager to activate the application's topmost window; an application

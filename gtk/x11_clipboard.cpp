@@ -42,7 +42,7 @@ namespace {
 // The data targets of an answer to TARGETS, in the owner's order, each once. Absent when the
 // answer is not a list of atoms, or names atoms that do not exist.
 std::optional<OfferedTargets> dataTargets(GdkDisplay* gdkDisplay, Display* display, const X11SelectionRequests::Answer& answer) {
-    const Atom targetsType = XInternAtom(display, "TARGETS", False);
+    const Atom targetsType = gdk_x11_get_xatom_by_name_for_display(gdkDisplay, "TARGETS");
     if (!answer || answer->format != 32 || (answer->type != XA_ATOM && answer->type != targetsType)) return std::nullopt;
     std::vector<Atom> offered(answer->bytes.size() / sizeof(long));
     for (size_t i = 0; i < offered.size(); ++i) {
@@ -104,7 +104,7 @@ void releaseOffered(GtkClipboard*, gpointer offered) {
 
 // A read in progress: its requests, and what ends it early.
 struct X11Clipboard::Read {
-    Read(Display* display, Atom selection) : requests(display, selection) {}
+    Read(GdkDisplay* display, Atom selection) : requests(display, selection) {}
     X11SelectionRequests requests;
     bool endsOnOwnerChange = false;
     int64_t startCount = 0;
@@ -113,11 +113,13 @@ struct X11Clipboard::Read {
     std::function<void()> abandoned;
 };
 
+// Atoms are interned through GDK, which keeps every one it has seen: Xlib's own small cache
+// loses them to the toolkit's, and each miss is a round trip to the server on the main thread.
 X11Clipboard::X11Clipboard()
     : gdkDisplay_(gdk_display_get_default()),
       display_(GDK_DISPLAY_XDISPLAY(gdkDisplay_)),
-      clipboard_(XInternAtom(display_, "CLIPBOARD", False)),
-      clipboardManager_(XInternAtom(display_, "CLIPBOARD_MANAGER", False)) {
+      clipboard_(gdk_x11_get_xatom_by_name_for_display(gdkDisplay_, "CLIPBOARD")),
+      clipboardManager_(gdk_x11_get_xatom_by_name_for_display(gdkDisplay_, "CLIPBOARD_MANAGER")) {
     int errorBase = 0;
     int major = 5;
     int minor = 0;
@@ -221,7 +223,7 @@ void X11Clipboard::takeIncrementSoon(const std::shared_ptr<Read>& read) {
 
 X11Clipboard::Read* X11Clipboard::startRead(Atom selection, Clock::time_point deadline,
                                             std::function<void()> abandoned) {
-    auto read = std::make_shared<Read>(display_, selection);
+    auto read = std::make_shared<Read>(gdkDisplay_, selection);
     read->endsOnOwnerChange = selection == clipboard_;
     read->startCount = changeCount();
     read->abandoned = std::move(abandoned);
@@ -269,7 +271,7 @@ void X11Clipboard::readItems(Clock::time_point deadline, std::function<void(Item
         return;
     }
     Read* read = startRead(clipboard_, deadline, [completion] { completion(std::nullopt); });
-    read->requests.ask(XInternAtom(display_, "TARGETS", False),
+    read->requests.ask(gdk_x11_get_xatom_by_name_for_display(gdkDisplay_, "TARGETS"),
                        [this, read, completion](X11SelectionRequests::Answer answer) {
                            auto targets = dataTargets(gdkDisplay_, display_, answer);
                            if (!targets) {
@@ -335,7 +337,7 @@ void X11Clipboard::readText(Read* read, size_t candidate, std::function<void(Tex
         completion(std::nullopt);
         return;
     }
-    const Atom target = XInternAtom(display_, textTargets[candidate], False);
+    const Atom target = gdk_x11_get_xatom_by_name_for_display(gdkDisplay_, textTargets[candidate]);
     read->requests.ask(target, [this, read, candidate, target, completion](X11SelectionRequests::Answer answer) {
         if (answer && answer->format == 8 && answer->type == target &&
             g_utf8_validate(answer->bytes.data(), static_cast<gssize>(answer->bytes.size()), nullptr)) {
@@ -378,7 +380,9 @@ bool X11Clipboard::write(const std::vector<PasteboardItem>& items) {
         return false;
     }
     written_.clear();
-    for (const PasteboardEntry& entry : items.front()) written_.push_back(XInternAtom(display_, entry.type.c_str(), False));
+    for (const PasteboardEntry& entry : items.front()) {
+        written_.push_back(gdk_x11_get_xatom_by_name_for_display(gdkDisplay_, entry.type.c_str()));
+    }
     return true;
 }
 
@@ -388,7 +392,7 @@ bool X11Clipboard::handOverToClipboardManager(Duration limit) {
     Read* read = startRead(clipboardManager_, Clock::now() + limit, [&saved] { saved = false; });
     // The manager asks us for every target, takes the clipboard, then answers.
     read->requests.ask(
-        XInternAtom(display_, "SAVE_TARGETS", False),
+        gdk_x11_get_xatom_by_name_for_display(gdkDisplay_, "SAVE_TARGETS"),
         [this, read, &saved](X11SelectionRequests::Answer answer) {
             finish(read);
             saved = answer.has_value();

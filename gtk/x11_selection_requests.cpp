@@ -1,6 +1,7 @@
 #include "x11_selection_requests.h"
 
 #include <X11/Xatom.h>
+#include <gdk/gdkx.h>
 
 #include <algorithm>
 #include <climits>
@@ -42,11 +43,11 @@ constexpr size_t largestReservation = size_t{64} << 20;
 
 }  // namespace
 
-X11SelectionRequests::X11SelectionRequests(Display* display, Atom selection)
-    : display_(display),
+X11SelectionRequests::X11SelectionRequests(GdkDisplay* display, Atom selection)
+    : display_(GDK_DISPLAY_XDISPLAY(display)),
       selection_(selection),
-      property_(XInternAtom(display, "BRISEL_SELECTION", False)),
-      incremental_(XInternAtom(display, "INCR", False)) {
+      property_(gdk_x11_get_xatom_by_name_for_display(display, "BRISEL_SELECTION")),
+      incremental_(gdk_x11_get_xatom_by_name_for_display(display, "INCR")) {
     XSetWindowAttributes attributes{};
     attributes.event_mask = PropertyChangeMask;
     window_ = XCreateWindow(display_, DefaultRootWindow(display_), -1, -1, 1, 1, 0, CopyFromParent, InputOnly,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <X11/Xlib.h>
+#include <gdk/gdk.h>
 
 #include <cstddef>
 #include <functional>
@@ -28,7 +29,7 @@ public:
     // Absent when the owner refused, or answered with something that is not a value.
     using Answer = std::optional<SelectionAnswer>;
 
-    X11SelectionRequests(Display* display, Atom selection);
+    X11SelectionRequests(GdkDisplay* display, Atom selection);
     ~X11SelectionRequests();
     X11SelectionRequests(const X11SelectionRequests&) = delete;
     X11SelectionRequests& operator=(const X11SelectionRequests&) = delete;

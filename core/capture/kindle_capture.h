@@ -87,7 +87,8 @@ public:
 
 private:
     void searchForCopyControl(int32_t processID);
-    void copyControlFound(int32_t processID, const std::optional<AccessibilityElement>& control);
+    // After the search: Kindle's Copy when it was found enabled, nothing otherwise.
+    void enabledCopyControlFound(int32_t processID, const std::optional<AccessibilityElement>& control);
     void pressCopy(const AccessibilityElement& copyControl, int32_t sourcePID,
                    std::optional<KindleClipboardSnapshot> snapshot);
     void finishCopyRound(std::shared_ptr<const KindleClipboardSnapshot> snapshot, int32_t sourcePID,

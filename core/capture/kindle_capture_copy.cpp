@@ -18,19 +18,22 @@ void BriselKindleCapture::searchForCopyControl(int32_t processID) {
                            &queue = ports_.mainQueue] {
         if (alive.expired()) return;
         auto control = searchKindleForCopyControl(accessibility, processID, [&queue] { return queue.now(); });
+        // A greyed-out Copy (nothing selected, or more than Kindle lets anyone copy) is told
+        // here, with the search's other questions to Kindle, rather than on the main thread.
+        if (control && !isEnabledCopyControl(accessibility, *control)) control.reset();
         queue.post([alive, this, processID, control = std::move(control)] {
-            if (alive.lock()) copyControlFound(processID, control);
+            if (alive.lock()) enabledCopyControlFound(processID, control);
         });
     });
 }
 
-void BriselKindleCapture::copyControlFound(int32_t processID, const std::optional<AccessibilityElement>& control) {
+void BriselKindleCapture::enabledCopyControlFound(int32_t processID,
+                                                  const std::optional<AccessibilityElement>& control) {
     if (!isFrontmost(processID)) {
         endWithMessage(capture_texts::switchedDuringSearch);
         return;
     }
-    // A greyed-out Copy: nothing selected, or more than Kindle lets anyone copy.
-    if (!control || !isEnabledCopyControl(ports_.accessibility, *control)) {
+    if (!control) {
         endWithMessage(capture_texts::copyUnavailable);
         return;
     }
@@ -100,12 +103,14 @@ void BriselKindleCapture::finishCopyRound(std::shared_ptr<const KindleClipboardS
                                           bool copyCompleted, Clock::time_point deadline, int64_t written,
                                           std::optional<std::string> text) {
     PasteboardPort& pasteboard = ports_.pasteboard;
-    // Still Kindle, and nobody wrote while the text was read: not half a copy.
-    if (!isFrontmost(sourcePID) || pasteboard.changeCount() != written) {
+    // Still Kindle, and nobody wrote while the text was read: not half a copy. A round that saw
+    // no change read nothing, so a copy landing after its look at the count is the next round's.
+    const bool changed = written != snapshot->changeCount;
+    if (!isFrontmost(sourcePID) || (changed && pasteboard.changeCount() != written)) {
         endWithMessage(capture_texts::copyUnverified);
         return;
     }
-    if (written == snapshot->changeCount || !text || trimWhitespaceAndNewlines(*text).empty()) {
+    if (!changed || !text || trimWhitespaceAndNewlines(*text).empty()) {
         if (ports_.mainQueue.now() >= deadline) {
             endWithMessage(capture_texts::noCopyReceived);
             return;

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "app/product.h"
 #include "desktop_applications.h"
@@ -19,50 +20,40 @@
 // accessibility bus, the X clipboard held by another program, and the Kindle stand-in.
 namespace brisel::gtk::testing {
 
-// What a capture ended with on the page: a "selection" event or a status error.
-struct CaptureOutcome {
-    std::optional<json> selection;
-    std::optional<std::string> error;
-};
-
-// The clipboard as other programs read it: every target its owner lists, with its bytes.
+// The clipboard as other programs read it: targets, each with its type and bytes.
 using ClipboardContents = std::map<std::string, std::string>;
 
 class CaptureEndToEnd : public ShellEndToEnd {
 protected:
     static void SetUpTestSuite() {
         ShellEndToEnd::SetUpTestSuite();
-        ASSERT_TRUE(eventually([] { return windowManagerRuns(); })) << "no window manager on this display";
         g_unsetenv("NO_AT_BRIDGE");
-        ASSERT_EQ(usersClipboard().at("image/png"), other_app::png);
+        // Another Kindle, started first, on another desktop: never the one to bring forward.
+        otherDesktop = std::make_unique<brisel::testing::TempDir>();
+        std::filesystem::copy_file("/bin/sleep", *otherDesktop / kindleBundleID);
+        kindleElsewhere = std::make_unique<ChildProcess>(
+            std::vector<std::string>{"env", "DISPLAY=:65535", (*otherDesktop / kindleBundleID).string(), "600"});
         kindle = std::make_unique<ChildProcess>(std::vector<std::string>{BRISEL_KINDLE_STAND_IN});
-        ASSERT_EQ(kindle->readLine(), "active");
+        // Once the window manager runs, it brings the stand-in forward.
+        ASSERT_TRUE(eventually(bringKindleForward));
     }
-    static void TearDownTestSuite() { kindle.reset(); }
+    static void TearDownTestSuite() {
+        kindle.reset();
+        kindleElsewhere.reset();
+        otherDesktop.reset();
+    }
 
     CaptureEndToEnd() {
         tell("reset");
-        holdUserClipboard("own");
+        holdUserClipboard({"own"});
     }
 
-    static bool windowManagerRuns() {
-        Display* display = GDK_DISPLAY_XDISPLAY(gdk_display_get_default());
-        Atom type = None;
-        int format = 0;
-        unsigned long count = 0, remaining = 0;
-        unsigned char* data = nullptr;
-        XGetWindowProperty(display, DefaultRootWindow(display), XInternAtom(display, "_NET_SUPPORTING_WM_CHECK", False),
-                           0, 1, False, AnyPropertyType, &type, &format, &count, &remaining, &data);
-        if (data) XFree(data);
-        return count == 1;
-    }
-
-    // One line to the stand-in; it answers "ok".
+    // One line to the stand-in, which answers "ok".
     void tell(const std::string& line) {
         kindle->writeLine(line);
         EXPECT_EQ(lineFromKindle("ok"), "ok") << line;
     }
-    // The stand-in's next line starting with `prefix`; the others ("active") are passed over.
+    // The stand-in's next line starting with `prefix`, passing over the others.
     std::string lineFromKindle(const std::string& prefix) {
         for (std::string line; !(line = kindle->readLine()).empty();) {
             if (line.starts_with(prefix) || line.starts_with("unknown")) return line;
@@ -70,51 +61,36 @@ protected:
         return {};
     }
 
-    // The user's clipboard, held by another program: "own" (text, HTML and an image), or
-    // "hostile hang", "hostile refuse", "hostile vanish".
-    void holdUserClipboard(const std::string& how) {
-        std::vector<std::string> command{BRISEL_OTHER_APP};
-        for (size_t start = 0, end; start <= how.size(); start = end + 1) {
-            end = std::min(how.find(' ', start), how.size());
-            command.push_back(how.substr(start, end - start));
-        }
-        auto previous = std::move(userClipboard);
-        userClipboard = std::make_unique<ChildProcess>(command);
+    // The user's clipboard, held by another program: {"own"} (text, HTML and an image) or a
+    // hostile owner ({"hostile", "hang"}), which the previous one ends on losing it to.
+    void holdUserClipboard(std::vector<std::string> how) {
+        how.insert(how.begin(), BRISEL_OTHER_APP);
+        auto previous = std::exchange(userClipboard, std::make_unique<ChildProcess>(how));
         ASSERT_EQ(userClipboard->readLine(), "owned");
-        // The previous owner ends by itself once it has lost the clipboard.
         if (previous) EXPECT_TRUE(previous->exits());
     }
-
     static Window clipboardOwner() {
         Display* display = GDK_DISPLAY_XDISPLAY(gdk_display_get_default());
         return XGetSelectionOwner(display, XInternAtom(display, "CLIPBOARD", False));
     }
-    // Read by another program, as the user's next paste would.
+    // Read by another program, as the user's next paste would: the type it comes in, on a
+    // line, then the data.
     static std::optional<std::string> clipboardTarget(const std::string& target) {
         auto [bytes, read] = ChildProcess({BRISEL_OTHER_APP, "read", target}).readToEnd();
-        if (!read) return std::nullopt;
-        return bytes;
+        return read ? std::optional(bytes) : std::nullopt;
     }
+    // The user's clipboard as its owner ("own") serves it: each target in its type.
+    static ClipboardContents usersClipboard() {
+        return {{"UTF8_STRING", "UTF8_STRING\n" + other_app::text},
+                {"TEXT", "UTF8_STRING\n" + other_app::text},
+                {"text/html", "text/html\n" + other_app::html},
+                {"image/png", "image/png\n" + other_app::png}};
+    }
+    // The clipboard now, for each of those targets.
     static ClipboardContents clipboard() {
-        ClipboardContents contents;
-        const auto targets = clipboardTarget("TARGETS");
-        if (!targets) return contents;
-        std::istringstream names(*targets);
-        for (std::string target; std::getline(names, target);) {
-            if (target == "TARGETS" || target == "TIMESTAMP" || target == "MULTIPLE" || target == "SAVE_TARGETS") continue;
-            contents[target] = clipboardTarget(target).value_or("(refused)");
-        }
+        ClipboardContents contents = usersClipboard();
+        for (auto& [target, read] : contents) read = clipboardTarget(target).value_or("(refused)");
         return contents;
-    }
-    // The user's clipboard as its owner ("own") serves it: text, HTML, an image, and the
-    // targets the toolkit adds.
-    static const ClipboardContents& usersClipboard() {
-        static const ClipboardContents held = [] {
-            ChildProcess owner({BRISEL_OTHER_APP, "own"});
-            EXPECT_EQ(owner.readLine(), "owned");
-            return clipboard();
-        }();
-        return held;
     }
 
     static int32_t frontmostProcess() {
@@ -126,45 +102,46 @@ protected:
         DesktopApplications().activate({processID, identity});
         return main_loop::runUntil([&] { return frontmostProcess() == processID; });
     }
-    bool bringKindleForward() { return bringForward(kindle->pid(), kindleBundleID); }
+    static bool bringKindleForward() { return bringForward(kindle->pid(), kindleBundleID); }
     bool bringPanelForward() { return bringForward(getpid(), LinuxDesktop::applicationID); }
 
     void pressCaptureKey() { typeOnKeyboard({XK_Control_L, XK_Alt_L}, 40); }
 
-    // Native events the page received after the first `from` of them.
-    json nativeEventsFrom(size_t from) {
+    // Native events the page received after the first `from` of them: all, or the outcomes of
+    // captures ("selection" events, and status events with an "error").
+    json nativeEventsFrom(size_t from, bool outcomes = false) {
         return page("window.briselConsole.events.filter(e => e.name === 'omvane:native').slice(" +
-                    std::to_string(from) + ").map(e => e.detail)");
+                    std::to_string(from) + ").map(e => e.detail)" +
+                    (outcomes ? ".filter(e => e.type === 'selection' || 'error' in e)" : ""));
     }
-    size_t nativeEventCount() {
-        return page("window.briselConsole.events.filter(e => e.name === 'omvane:native').length").get<size_t>();
-    }
-    static std::vector<CaptureOutcome> outcomesIn(const json& events) {
-        std::vector<CaptureOutcome> outcomes;
-        for (const auto& event : events) {
-            if (event["type"] == "selection") outcomes.push_back({event, std::nullopt});
-            if (event["type"] == "status" && event.contains("error")) {
-                outcomes.push_back({std::nullopt, event["error"].get<std::string>()});
-            }
-        }
-        return outcomes;
-    }
-    // The outcome of the capture whose events follow the first `from`, waited for (on events)
-    // for at most ten seconds; absent when none came.
-    std::optional<CaptureOutcome> outcomeAfter(size_t from) {
-        std::vector<CaptureOutcome> outcomes;
-        main_loop::runUntil([&] { return !(outcomes = outcomesIn(nativeEventsFrom(from))).empty(); }, 10000);
-        if (outcomes.empty()) return std::nullopt;
+    size_t nativeEventCount() { return nativeEventsFrom(0).size(); }
+    // The first outcome among the events after the first `from`, waited for (on events) for at
+    // most ten seconds; null when none came.
+    json outcomeAfter(size_t from) {
+        json outcomes;
+        main_loop::runUntil([&] { return !(outcomes = nativeEventsFrom(from, true)).empty(); }, 10000);
         EXPECT_TRUE(main_loop::runUntil([&] { return !shell.companion().capture().captureInFlight(); }));
-        return outcomes.front();
+        return outcomes.empty() ? json() : outcomes.front();
+    }
+    // A capture by the hot key with Kindle in front, Kindle set by `knobs` and the user's
+    // clipboard held as `how`: its outcome, null when none came.
+    json captureWith(const std::vector<std::string>& knobs, const std::vector<std::string>& how) {
+        tell("reset");
+        for (const std::string& line : knobs) tell(line);
+        holdUserClipboard(how);
+        ownerBefore = clipboardOwner();
+        EXPECT_TRUE(bringKindleForward());
+        eventsBefore = nativeEventCount();
+        pressCaptureKey();
+        return outcomeAfter(eventsBefore);
     }
 
-    static std::string kindleCopy(const std::string& passage, const std::string& citation) {
-        return passage + "\n\n" + citation;
-    }
-
-    static inline std::unique_ptr<ChildProcess> kindle;
+    static inline std::unique_ptr<brisel::testing::TempDir> otherDesktop;
+    static inline std::unique_ptr<ChildProcess> kindleElsewhere, kindle;
     std::unique_ptr<ChildProcess> userClipboard;
+    // Before the last capture: the owner of the user's clipboard, and how many events the page had.
+    Window ownerBefore = None;
+    size_t eventsBefore = 0;
 };
 
 }  // namespace brisel::gtk::testing

@@ -11,12 +11,6 @@ inline const std::string chapter = "p. 12";
 // Kindle's citation after a blank line, and one that no Kindle writes.
 inline const std::string kindleCitation = "Doe, Jane. A Title (p. 12). Kindle Edition.";
 inline const std::string foreignCitation = "Doe, Jane. A Title. From a web page.";
-// Over the 240 scalars a capture takes.
-inline const std::string longPassage = [] {
-    std::string text;
-    for (int i = 0; i < 241; ++i) text += "語";
-    return text;
-}();
 // What another program writes right after Kindle, with "interfere after".
 inline const std::string interference = "written by another program";
 

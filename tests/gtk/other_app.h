@@ -2,16 +2,13 @@
 
 #include <string>
 
-// What the other application of the shell's tests puts on the clipboard with "own".
+// What the other application of the shell's tests puts on the clipboard with "own", and every
+// byte of the image of "own-large".
 namespace brisel::gtk::other_app {
 
 inline const std::string text = "the user's text";
 inline const std::string html = "<b>the user's</b> text";
 inline const std::string png("\x89PNG\r\n\x1a\n\0\xff", 10);
-// Offered too with "own odd": one never produced, one in 32-bit units.
-inline const std::string promisedType = "application/x-promised";
-inline const std::string longsType = "application/x-longs";
-// Every byte of the image of "own-large".
 inline constexpr char largeByte = '\x5a';
 
 }  // namespace brisel::gtk::other_app
