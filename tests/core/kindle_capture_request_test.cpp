@@ -280,8 +280,11 @@ TEST_F(KindleCaptureRequestTest, OnlyA64DigitLowerCaseHexIdentifierIsReported) {
         {" " + measurementID.substr(1), false},
         {std::string(), false},
         {std::nullopt, false},
-        // "$" in the platform's expressions also matches before a final line break.
-        {measurementID + "\n", true},
+        // Nothing may follow the 64 digits, not even a final line break.
+        {measurementID + "\n", false},
+        {measurementID + "\r\n", false},
+        {measurementID + "\u2028", false},
+        {measurementID + "\u0085", false},
         {measurementID + "\n\n", false},
     };
     for (const auto& c : cases) {
