@@ -1,32 +1,26 @@
 // Capture requests and the hand-off to Kindle.
 #include "capture/kindle_capture.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "app/product.h"
 #include "capture/accessibility_copy.h"
 #include "capture/capture_texts.h"
-#include "util/icu_regex.h"
-#include "util/utf16.h"
 
 namespace brisel {
 
 namespace {
-
-// Compiled once and kept for the life of the process.
-const IcuRegex& measurementIDPattern() {
-    static const IcuRegex* const pattern = new IcuRegex(u"^[a-f0-9]{64}$");
-    return *pattern;
-}
 
 NativeEvent captureStarted() { return {{"type", "captureStarted"}}; }
 
 }  // namespace
 
 bool isReadingMeasurementID(std::string_view text) {
-    // Bytes that are not UTF-8 cannot spell a hexadecimal ID.
-    const auto input = utf16FromUTF8(text);
-    return input && measurementIDPattern().firstMatch(*input).has_value();
+    // A plain check rather than a regular expression, whose "$" would also let a final line
+    // break through.
+    return text.size() == 64 &&
+           std::all_of(text.begin(), text.end(), [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); });
 }
 
 BriselKindleCapture::BriselKindleCapture(KindleCapturePorts ports, CaptureHost& host, UUIDSource uuids)

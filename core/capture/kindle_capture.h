@@ -29,8 +29,8 @@ struct KindleCapturePorts {
     RunningApplicationsPort& applications;
 };
 
-// True for exactly what the page's measurement identifiers look like, "^[a-f0-9]{64}$", matched
-// by ICU as the platform matches it (so a final line break after the 64 digits passes).
+// True for exactly what the page's measurement identifiers look like: 64 lower-case hexadecimal
+// digits and nothing else.
 bool isReadingMeasurementID(std::string_view text);
 
 // Capturing the passage selected in Kindle, and handing the foreground back to Kindle.

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "fakes/fake_kindle_accessibility.h"
@@ -13,238 +16,93 @@ namespace {
 using testing::axControl;
 using testing::axElement;
 using testing::axNode;
-using testing::FakeAccessibility;
 using testing::FakeAXNodePtr;
-using testing::FakeAXOther;
-using testing::FakeKindleTree;
+using testing::FakeKindle;
 
-class AccessibilityCopyTest : public ::testing::Test {
-protected:
-    // A clock that stands still unless the test lets every read cost time.
-    NowFunction clock() {
-        return [this] { return now; };
-    }
-
-    void everyReadCosts(Duration cost) {
-        accessibility.onRead = [this, cost] { now += cost; };
-    }
-
-    std::optional<AccessibilityElement> find(const FakeAXNodePtr& root, Duration limit = Duration(1800)) {
-        return findCopyControl(accessibility, axElement(root), now + limit, clock());
-    }
-
-    // A tree in which the element at breadth-first `index` is Copy: a root with `width`
-    // children, each with `width` children.
-    FakeAXNodePtr wideTree(size_t width, size_t copyIndex) {
-        auto root = axNode("AXGroup", "root");
-        size_t index = 1;
-        std::vector<FakeAXNodePtr> level;
-        for (size_t i = 0; i < width; ++i, ++index) {
-            auto child = index == copyIndex ? axControl("AXButton", "Copy") : axNode("AXGroup", "n" + std::to_string(index));
-            root->add(child);
-            level.push_back(child);
-        }
-        for (auto& parent : level) {
-            for (size_t i = 0; i < width; ++i, ++index) {
-                parent->add(index == copyIndex ? axControl("AXButton", "Copy") : axNode("AXGroup", "n" + std::to_string(index)));
-            }
-        }
-        return root;
-    }
-
-    // A chain in which the element at `copyDepth` is Copy.
-    FakeAXNodePtr deepTree(int copyDepth) {
-        auto root = axNode("AXGroup", "d0");
-        auto parent = root;
-        for (int depth = 1; depth <= copyDepth; ++depth) {
-            auto child = depth == copyDepth ? axControl("AXMenuItem", "Copy") : axNode("AXGroup", "d" + std::to_string(depth));
-            parent->add(child);
-            parent = child;
-        }
-        return root;
-    }
-
-    FakeAccessibility accessibility;
-    Clock::time_point now{};
-};
-
-TEST_F(AccessibilityCopyTest, TextAttributeReturnsAStringUnchangedUnlessBlank) {
-    auto node = axNode("AXButton");
-    node->attributes["AXTitle"] = std::string(" Copy \n");
-    node->attributes["AXDescription"] = std::string(" \t\n\u3000");
-    node->attributes["AXHelp"] = 3.0;
-    node->attributes["AXValue"] = std::string("x");
-    node->failing.insert("AXValue");
-    const auto element = axElement(node);
-    EXPECT_EQ(textAttribute(accessibility, element, "AXTitle"), " Copy \n");
-    EXPECT_EQ(textAttribute(accessibility, element, "AXDescription"), std::nullopt);
-    EXPECT_EQ(textAttribute(accessibility, element, "AXHelp"), std::nullopt);
-    EXPECT_EQ(textAttribute(accessibility, element, "AXValue"), std::nullopt);
-    EXPECT_EQ(textAttribute(accessibility, element, "AXMissing"), std::nullopt);
-}
-
-TEST_F(AccessibilityCopyTest, ElementAttributeReturnsOnlyElements) {
-    auto window = axNode("AXWindow");
-    auto application = axNode("AXApplication");
-    application->attributes["AXFocusedWindow"] = window;
-    application->attributes["AXMenuBar"] = std::string("menu");
-    const auto element = axElement(application);
-    EXPECT_EQ(elementAttribute(accessibility, element, "AXFocusedWindow"), axElement(window));
-    EXPECT_EQ(elementAttribute(accessibility, element, "AXMenuBar"), std::nullopt);
-    EXPECT_EQ(elementAttribute(accessibility, element, "AXMissing"), std::nullopt);
-}
-
-TEST_F(AccessibilityCopyTest, CopyControlsAreButtonsAndMenuItemsWithAnExactLabel) {
-    const auto isCopy = [&](const std::string& role, std::optional<std::string> title, std::optional<std::string> description = {}) {
-        auto node = axNode(role);
-        if (title) node->attributes["AXTitle"] = *title;
-        if (description) node->attributes["AXDescription"] = *description;
-        return isCopyControl(accessibility, axElement(node));
+TEST(AccessibilityCopy, CopyIsAnEnabledButtonOrMenuItemLabelledExactly) {
+    using Attributes = std::map<std::string, testing::FakeAXValue>;
+    const std::vector<std::tuple<Attributes, bool, bool>> rows = {  // attributes; Copy; and enabled
+        {{{"AXRole", "AXMenuItem"}, {"AXTitle", "コピー"}, {"AXEnabled", 1.0}}, true, true},
+        {{{"AXRole", "AXButton"}, {"AXTitle", "Copy"}, {"AXEnabled", 2.0}}, true, true},
+        {{{"AXRole", "AXButton"}, {"AXDescription", "コピー"}, {"AXEnabled", 1.0}}, true, true},
+        {{{"AXRole", "AXButton"}, {"AXTitle", "ハイライト"}, {"AXDescription", "Copy"}, {"AXEnabled", 1.0}}, true, true},
+        {{{"AXRole", "AXButton"}, {"AXTitle", "Copy"}, {"AXDescription", " \t\n\u3000"}, {"AXEnabled", 0.0}}, true, false},
+        {{{"AXRole", "AXMenuItem"}, {"AXTitle", "Copy"}, {"AXEnabled", "true"}}, true, false},
+        {{{"AXRole", "AXMenuItem"}, {"AXTitle", "Copy"}}, true, false},
+        {{{"AXRole", "AXMenuItem"}, {"AXTitle", "Copy…"}, {"AXEnabled", 1.0}}, false, false},
+        {{{"AXRole", "AXMenuItem"}, {"AXTitle", " Copy"}, {"AXEnabled", 1.0}}, false, false},
+        {{{"AXRole", "AXMenuItem"}, {"AXTitle", "コピー "}, {"AXEnabled", 1.0}}, false, false},
+        {{{"AXRole", "AXMenuItem"}, {"AXTitle", "copy"}, {"AXEnabled", 1.0}}, false, false},
+        {{{"AXRole", "AXMenuItem"}, {"AXTitle", "Copy Link"}, {"AXEnabled", 1.0}}, false, false},
+        {{{"AXRole", "AXStaticText"}, {"AXTitle", "Copy"}, {"AXEnabled", 1.0}}, false, false},
+        {{{"AXRole", "AXMenuBarItem"}, {"AXTitle", "Copy"}, {"AXEnabled", 1.0}}, false, false},
+        {{{"AXTitle", "Copy"}, {"AXEnabled", 1.0}}, false, false},
     };
-    EXPECT_TRUE(isCopy("AXMenuItem", "コピー"));
-    EXPECT_TRUE(isCopy("AXMenuItem", "Copy"));
-    EXPECT_TRUE(isCopy("AXButton", "Copy"));
-    EXPECT_TRUE(isCopy("AXButton", std::nullopt, "コピー"));
-    EXPECT_TRUE(isCopy("AXButton", "ハイライト", "Copy"));
-    EXPECT_TRUE(isCopy("AXButton", "Copy", "   "));
-
-    EXPECT_FALSE(isCopy("AXMenuItem", "Copy…"));
-    EXPECT_FALSE(isCopy("AXMenuItem", "Copy..."));
-    EXPECT_FALSE(isCopy("AXMenuItem", " Copy"));
-    EXPECT_FALSE(isCopy("AXMenuItem", "copy"));
-    EXPECT_FALSE(isCopy("AXMenuItem", "コピー "));
-    EXPECT_FALSE(isCopy("AXMenuItem", "Copy Link"));
-    EXPECT_FALSE(isCopy("AXStaticText", "Copy"));
-    EXPECT_FALSE(isCopy("AXMenuBarItem", "Copy"));
-    EXPECT_FALSE(isCopy("AXMenuItem", std::nullopt));
-
-    auto noRole = axNode("AXButton");
-    noRole->attributes.erase("AXRole");
-    noRole->attributes["AXTitle"] = std::string("Copy");
-    EXPECT_FALSE(isCopyControl(accessibility, axElement(noRole)));
-}
-
-TEST_F(AccessibilityCopyTest, AnEnabledCopyControlHasATrueNumberForAXEnabled) {
-    auto copy = axControl("AXMenuItem", "コピー");
-    EXPECT_TRUE(isEnabledCopyControl(accessibility, axElement(copy)));
-    copy->attributes["AXEnabled"] = 2.0;
-    EXPECT_TRUE(isEnabledCopyControl(accessibility, axElement(copy)));
-    copy->setEnabled(false);
-    EXPECT_FALSE(isEnabledCopyControl(accessibility, axElement(copy)));
-    copy->attributes["AXEnabled"] = std::string("true");
-    EXPECT_FALSE(isEnabledCopyControl(accessibility, axElement(copy)));
-    copy->attributes.erase("AXEnabled");
-    EXPECT_FALSE(isEnabledCopyControl(accessibility, axElement(copy)));
-    copy->setEnabled(true);
-    copy->failing.insert("AXEnabled");
-    EXPECT_FALSE(isEnabledCopyControl(accessibility, axElement(copy)));
-
-    auto paste = axControl("AXMenuItem", "ペースト");
-    EXPECT_FALSE(isEnabledCopyControl(accessibility, axElement(paste)));
-}
-
-TEST_F(AccessibilityCopyTest, TheFocusedWindowIsSearchedBeforeTheMenuBar) {
-    const auto tree = FakeKindleTree::make({.toolbarCopy = true});
-    accessibility.applications[501] = tree.application;
-    const auto found = searchKindleForCopyControl(accessibility, 501, clock());
-    EXPECT_EQ(found, axElement(tree.toolbarCopy));
-    for (const auto& read : accessibility.reads()) EXPECT_NE(read, "Kindle.AXMenuBar");
-}
-
-TEST_F(AccessibilityCopyTest, WithoutACopyButtonTheEditMenusCopyIsFound) {
-    const auto tree = FakeKindleTree::make({});
-    accessibility.applications[501] = tree.application;
-    EXPECT_EQ(searchKindleForCopyControl(accessibility, 501, clock()), axElement(tree.menuCopy));
-}
-
-TEST_F(AccessibilityCopyTest, AnEnglishKindleIsSearchedTheSameWay) {
-    const auto tree = FakeKindleTree::make({.copyLabel = "Copy"});
-    accessibility.applications[501] = tree.application;
-    EXPECT_EQ(searchKindleForCopyControl(accessibility, 501, clock()), axElement(tree.menuCopy));
-}
-
-TEST_F(AccessibilityCopyTest, AKindleWithoutCopyGivesNothing) {
-    const auto tree = FakeKindleTree::make({.menuCopy = false});
-    accessibility.applications[501] = tree.application;
-    EXPECT_EQ(searchKindleForCopyControl(accessibility, 501, clock()), std::nullopt);
-    EXPECT_EQ(searchKindleForCopyControl(accessibility, 999, clock()), std::nullopt);
-}
-
-TEST_F(AccessibilityCopyTest, KindlesApplicationElementGetsAShortMessagingTimeOut) {
-    const auto tree = FakeKindleTree::make({});
-    accessibility.applications[501] = tree.application;
-    searchKindleForCopyControl(accessibility, 501, clock());
-    const auto timeouts = accessibility.timeouts();
-    ASSERT_EQ(timeouts.size(), 1u);
-    EXPECT_EQ(timeouts[0].first, tree.application.get());
-    EXPECT_EQ(timeouts[0].second, Duration(150));
-}
-
-TEST_F(AccessibilityCopyTest, ElementsTwelveDeepAreExaminedButNotExpanded) {
-    EXPECT_TRUE(find(deepTree(12)));
-    EXPECT_FALSE(find(deepTree(13)));
-    for (const auto& read : accessibility.reads()) EXPECT_NE(read, "d12.AXChildren");
-}
-
-TEST_F(AccessibilityCopyTest, OnlyTheFirstSixtyChildrenAreTaken) {
-    for (const size_t copyAt : {60, 61}) {
-        auto root = axNode("AXGroup", "root");
-        for (size_t i = 1; i <= 70; ++i) root->add(i == copyAt ? axControl("AXButton", "Copy") : axNode("AXGroup"));
-        EXPECT_EQ(find(root).has_value(), copyAt == 60) << copyAt;
+    testing::FakeAccessibility accessibility;
+    for (size_t row = 0; row < rows.size(); ++row) {
+        const auto& [attributes, copy, enabled] = rows[row];
+        const auto element = axElement(axNode("control", attributes));
+        EXPECT_EQ(isCopyControl(accessibility, element), copy) << "row " << row;
+        EXPECT_EQ(isEnabledCopyControl(accessibility, element), enabled) << "row " << row;
     }
 }
 
-TEST_F(AccessibilityCopyTest, AtMost240ElementsAreExaminedPerSearch) {
-    // Breadth-first index 239 is the 240th element examined.
-    EXPECT_TRUE(find(wideTree(60, 239)));
-    accessibility.forgetReads();
-    EXPECT_FALSE(find(wideTree(60, 240)));
-    EXPECT_EQ(accessibility.examined().size(), 240u);
+// Copy at the end of a chain `depth` deep, or `index`th breadth first (the root is 0) in a tree of
+// `width` children of `width` children.
+FakeAXNodePtr chain(int depth) {
+    FakeAXNodePtr node = axControl("copy", "AXMenuItem", "Copy");
+    while (depth-- > 0) node = axNode("group", {}, {node});
+    return node;
+}
+FakeAXNodePtr wide(size_t width, size_t index) {
+    const auto at = [&](size_t i, std::vector<FakeAXNodePtr> children) {
+        return i == index ? axControl("copy", "AXButton", "Copy") : axNode("group", {}, std::move(children));
+    };
+    std::vector<FakeAXNodePtr> level;
+    for (size_t i = 1; i <= width; ++i) {
+        std::vector<FakeAXNodePtr> children;
+        for (size_t j = 1; j <= width; ++j) children.push_back(at(width * i + j, {}));
+        level.push_back(at(i, children));
+    }
+    return axNode("root", {}, level);
 }
 
-TEST_F(AccessibilityCopyTest, TheSearchStopsAtItsDeadline) {
-    everyReadCosts(Duration(10));
-    EXPECT_FALSE(find(wideTree(60, 200)));
-    const size_t examined = accessibility.examined().size();
-    EXPECT_GT(examined, 20u);
-    EXPECT_LT(examined, 200u);
-
-    accessibility.onRead = nullptr;
-    EXPECT_TRUE(find(wideTree(60, 200)));
-}
-
-TEST_F(AccessibilityCopyTest, TheMenuBarSharesTheWindowsDeadline) {
-    auto tree = FakeKindleTree::make({});
-    for (int i = 0; i < 60; ++i) tree.window->add(axNode("AXGroup"));
-    accessibility.applications[501] = tree.application;
-    everyReadCosts(Duration(100));
-    EXPECT_EQ(searchKindleForCopyControl(accessibility, 501, clock()), std::nullopt);
-    for (const auto& read : accessibility.reads()) EXPECT_NE(read, "Kindle.AXMenuBar");
-}
-
-TEST_F(AccessibilityCopyTest, FindingKindlesApplicationCountsAgainstTheDeadline) {
-    const auto tree = FakeKindleTree::make({.toolbarCopy = true});
-    accessibility.applications[501] = tree.application;
-    for (const auto& [lookup, found] : {std::pair{Duration(1700), true}, std::pair{Duration(1800), false}}) {
-        accessibility.onApplicationLookup = [this, lookup] { now += lookup; };
-        EXPECT_EQ(searchKindleForCopyControl(accessibility, 501, clock()).has_value(), found) << lookup.count();
+TEST(AccessibilityCopy, TheSearchExaminesTwelveLevelsSixtyChildrenAnd240Elements) {
+    for (const auto& [why, root, found] : std::vector<std::tuple<const char*, FakeAXNodePtr, bool>>{
+             {"12 deep", chain(12), true}, {"13 deep", chain(13), false}, {"the 60th child", wide(70, 60), true},
+             {"the 61st child", wide(70, 61), false}, {"the 240th element", wide(60, 239), true},
+             {"the 241st element", wide(60, 240), false}}) {
+        testing::FakeAccessibility accessibility;
+        EXPECT_EQ(findCopyControl(accessibility, axElement(root), Clock::time_point::max(), Clock::now).has_value(), found)
+            << why;
     }
 }
 
-TEST_F(AccessibilityCopyTest, ChildrenThatCannotBeReadAreSkipped) {
-    auto root = axNode("AXGroup", "root");
-    auto broken = axNode("AXGroup", "broken");
-    broken->add(axControl("AXButton", "Copy"));
-    broken->failing.insert("AXChildren");
-    auto odd = axNode("AXGroup", "odd");
-    odd->attributes["AXChildren"] = FakeAXOther{};
-    auto fine = axNode("AXGroup", "fine");
-    auto copy = axControl("AXButton", "Copy");
-    fine->add(copy);
-    root->add(broken);
-    root->add(odd);
-    root->add(fine);
-    EXPECT_EQ(find(root), axElement(copy));
+// Kindle's focused window first, then its menu bar, all within 1.8 s of the start.
+TEST(AccessibilityCopy, KindleIsSearchedWindowFirstWithinOneDeadline) {
+    // With a Copy in the toolbar or not; one call taking `slowness`; the Copy found, if any.
+    const std::vector<std::tuple<const char*, bool, const char*, int, FakeAXNodePtr FakeKindle::*>> rows = {
+        {"the toolbar's Copy first", true, "", 0, &FakeKindle::toolbarCopy},
+        {"else the Edit menu's", false, "", 0, &FakeKindle::menuCopy},
+        {"finding Kindle takes 1.79 s", true, "application 501", 1790, &FakeKindle::toolbarCopy},
+        {"finding Kindle takes 1.8 s", true, "application 501", 1800, nullptr},
+        {"the window takes 1.79 s", false, "window.AXChildren", 1790, &FakeKindle::menuCopy},
+        {"the window takes 1.8 s, none left for the menu", false, "window.AXChildren", 1800, nullptr},
+    };
+    for (const auto& [why, toolbarCopy, slowCall, slowness, found] : rows) {
+        FakeKindle kindle;
+        if (toolbarCopy) kindle.addToolbarCopy();
+        testing::FakeAccessibility accessibility;
+        accessibility.applications[501] = kindle.application;
+        Clock::time_point now{};
+        accessibility.onCall = [&](const std::string& call) {
+            EXPECT_LT(now, Clock::time_point{} + Duration(1800)) << why << ": " << call << " after the deadline";
+            now += Duration(call == slowCall ? slowness : 0);
+        };
+        const auto copy = searchKindleForCopyControl(accessibility, 501, [&] { return now; });
+        EXPECT_EQ(copy, found ? std::optional(axElement(kindle.*found)) : std::nullopt) << why;
+        if (copy) EXPECT_EQ(accessibility.calls.at(1), "timeout Kindle 150") << why;
+    }
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
 #include "capture/hot_key_manager.h"
 
-#include <memory>
-#include <string>
-#include <vector>
-
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
 
 #include "core/shortcut_fakes.h"
 #include "fakes/virtual_main_queue.h"
@@ -12,268 +15,137 @@
 namespace brisel {
 namespace {
 
-using Action = BriselShortcutAction;
 using Calls = std::vector<std::string>;
-using testing::FakeHotKeys;
+using Keys = std::vector<testing::FakeHotKeys::Combination>;
 
-constexpr uint32_t cmd = BriselKeyBinding::command;
-constexpr uint32_t opt = BriselKeyBinding::option;
-constexpr uint32_t ctrl = BriselKeyBinding::control;
+constexpr uint32_t optionCommand = BriselKeyBinding::option | BriselKeyBinding::command;
+constexpr uint32_t controlCommand = BriselKeyBinding::control | BriselKeyBinding::command;
+const BriselKeyBinding optionCommandK{40, optionCommand};
+const BriselKeyBinding controlCommandJ{38, controlCommand};
+const std::string jTaken = "⌃⌘Jを登録できませんでした。ほかのアプリやMacの設定との重複をご確認ください。";
+const std::string kTaken = "⌥⌘Kを登録できませんでした。ほかのアプリやMacの設定との重複をご確認ください。";
 
-const char* const notInstalled = "ショートカットを登録できませんでした。Briselのボタンから取得できます。";
-const char* const noHandler = "ショートカットを登録できません。Briselを開き直してください。";
-const char* const notRegistered = "を登録できませんでした。ほかのアプリやMacの設定との重複をご確認ください。";
-
-const BriselKeyBinding optionCommandK{40, opt | cmd};
-const BriselKeyBinding controlCommandJ{38, ctrl | cmd};
-
-class CaptureHotKeyTest : public ::testing::Test {
-protected:
-    CaptureHotKey& make() {
-        hotKey = std::make_unique<CaptureHotKey>(hotKeys, queue, layout, settings, [this] { ++captures; });
-        return *hotKey;
-    }
-
-    CaptureHotKey& installed() {
-        make().install();
-        hotKeys.calls.clear();
-        return *hotKey;
-    }
-
-    // The owner's wiring of the settings' hooks, as the companion makes it.
-    void wireSettings() {
-        settings.onApply = [this](const BriselShortcutBindings& candidate) {
-            return hotKey->replaceCaptureShortcut(candidate.capture);
+// The hot key installed at launch, with the settings' hooks wired as the companion wires them.
+struct Launched {
+    explicit Launched(std::function<void(testing::FakeHotKeys&)> before = [](auto&) {}) {
+        before(hotKeys);
+        hotKey->install();
+        settings.onApply = [this](const BriselShortcutBindings& bindings) {
+            return hotKey->replaceCaptureShortcut(bindings.capture);
         };
         settings.onRecordingChange = [this](bool isRecording) { hotKey->recordingChanged(isRecording); };
     }
+    int capturesAfterAPress() {
+        hotKeys.pressed();
+        queue.runUntilIdle();
+        return captures;
+    }
 
     testing::VirtualMainQueue queue;
-    FakeHotKeys hotKeys;
+    testing::FakeHotKeys hotKeys;
     testing::FakeKeyValueStore store;
     testing::FakeKeyboardLayout layout = testing::FakeKeyboardLayout::us();
     BriselShortcutSettings settings{store};
     int captures = 0;
-    std::unique_ptr<CaptureHotKey> hotKey;
+    std::unique_ptr<CaptureHotKey> hotKey =
+        std::make_unique<CaptureHotKey>(hotKeys, queue, layout, settings, [this] { ++captures; });
 };
 
-TEST_F(CaptureHotKeyTest, InstallRegistersTheCaptureBinding) {
-    auto& h = make();
-    h.install();
-    EXPECT_EQ(hotKeys.calls, (Calls{"install", "register 40/2304"}));
-    EXPECT_TRUE(h.handlerInstalled());
-    EXPECT_TRUE(h.registered());
-    EXPECT_EQ(h.shortcutError(), std::nullopt);
-    EXPECT_EQ(settings.message(), "");
-}
-
-TEST_F(CaptureHotKeyTest, AHandlerThatCannotBeInstalledRegistersNothing) {
-    hotKeys.installStatus = -50;
-    auto& h = make();
-    h.install();
-    EXPECT_EQ(hotKeys.calls, Calls{"install"});
-    EXPECT_FALSE(h.handlerInstalled());
-    EXPECT_EQ(h.shortcutError(), notInstalled);
-    EXPECT_EQ(settings.message(), "");
-
-    EXPECT_EQ(h.replaceCaptureShortcut(controlCommandJ), noHandler);
-    EXPECT_EQ(hotKeys.calls, Calls{"install"});
-    EXPECT_EQ(h.shortcutError(), notInstalled);
-}
-
-TEST_F(CaptureHotKeyTest, ATakenCaptureKeyAtLaunchIsAStandingErrorAndTheSettingsMessage) {
-    hotKeys.takenByOthers.insert({40, opt | cmd});
-    auto& h = make();
-    h.install();
-    const std::string message = std::string("⌥⌘K") + notRegistered;
-    EXPECT_EQ(settings.message(), message);
-    EXPECT_EQ(h.shortcutError(), message);
-    EXPECT_FALSE(h.registered());
-}
-
-TEST_F(CaptureHotKeyTest, TheNewKeyIsRegisteredBeforeTheOldOneIsReleased) {
-    auto& h = installed();
-    EXPECT_EQ(h.replaceCaptureShortcut(controlCommandJ), std::nullopt);
-    EXPECT_EQ(hotKeys.calls, (Calls{"register 38/4352", "unregister 40/2304"}));
-    EXPECT_EQ(hotKeys.live(), (std::vector<FakeHotKeys::Combination>{{38, ctrl | cmd}}));
-}
-
-TEST_F(CaptureHotKeyTest, TheSameBindingIsNotRegisteredAgain) {
-    auto& h = installed();
-    EXPECT_EQ(h.replaceCaptureShortcut(optionCommandK), std::nullopt);
-    EXPECT_TRUE(hotKeys.calls.empty());
-    ASSERT_EQ(h.replaceCaptureShortcut(controlCommandJ), std::nullopt);
-    hotKeys.calls.clear();
-    EXPECT_EQ(h.replaceCaptureShortcut(controlCommandJ), std::nullopt);
-    EXPECT_TRUE(hotKeys.calls.empty());
-}
-
-TEST_F(CaptureHotKeyTest, AFailedReplacementKeepsTheOldKeyAndRaisesNoStandingError) {
-    auto& h = installed();
-    hotKeys.takenByOthers.insert({38, ctrl | cmd});
-    EXPECT_EQ(h.replaceCaptureShortcut(controlCommandJ), std::string("⌃⌘J") + notRegistered);
-    EXPECT_EQ(hotKeys.calls, Calls{"register 38/4352"});
-    EXPECT_EQ(hotKeys.live(), (std::vector<FakeHotKeys::Combination>{{40, opt | cmd}}));
-    EXPECT_EQ(h.shortcutError(), std::nullopt);
-}
-
-TEST_F(CaptureHotKeyTest, TheFailureMessageCarriesTheLabelInTheCurrentLayout) {
-    layout = testing::FakeKeyboardLayout::frenchAzerty();
-    auto& h = installed();
-    hotKeys.takenByOthers.insert({12, opt | cmd});
-    EXPECT_EQ(h.replaceCaptureShortcut({12, opt | cmd}), std::string("⌥⌘A") + notRegistered);
-}
-
-TEST_F(CaptureHotKeyTest, WithoutAnyKeyAFailureStandsUntilARegistrationSucceeds) {
-    auto& h = installed();
-    h.unregister();
-    hotKeys.takenByOthers.insert({38, ctrl | cmd});
-    const auto message = h.replaceCaptureShortcut(controlCommandJ);
-    EXPECT_EQ(message, std::string("⌃⌘J") + notRegistered);
-    EXPECT_EQ(h.shortcutError(), message);
-    EXPECT_EQ(h.replaceCaptureShortcut(optionCommandK), std::nullopt);
-    EXPECT_EQ(h.shortcutError(), std::nullopt);
-    EXPECT_TRUE(h.registered());
-}
-
-TEST_F(CaptureHotKeyTest, OnlyAZeroStatusWithAReferenceIsASuccess) {
-    auto& h = installed();
-    hotKeys.answersWithoutRef = true;
-    EXPECT_EQ(h.replaceCaptureShortcut(controlCommandJ), std::string("⌃⌘J") + notRegistered);
-    hotKeys.answersWithoutRef = false;
-    hotKeys.answersErrorWithRef = true;
-    EXPECT_EQ(h.replaceCaptureShortcut(controlCommandJ), std::string("⌃⌘J") + notRegistered);
-    EXPECT_EQ(hotKeys.live(), (std::vector<FakeHotKeys::Combination>{{40, opt | cmd}}));
-    EXPECT_EQ(hotKeys.calls, (Calls{"register 38/4352", "register 38/4352"})) << "the old key was never released";
-}
-
-TEST_F(CaptureHotKeyTest, APressRequestsACaptureOnTheNextMainQueueTurn) {
-    installed();
-    EXPECT_TRUE(hotKeys.pressed());
-    EXPECT_EQ(captures, 0) << "not inside the event manager's callback";
-    queue.runUntilIdle();
-    EXPECT_EQ(captures, 1);
-}
-
-TEST_F(CaptureHotKeyTest, APressWhileTheRecorderWaitsStartsNoCapture) {
-    installed();
-    settings.begin(Action::saveAndReturn);
-    EXPECT_TRUE(hotKeys.pressed());
-    queue.runUntilIdle();
-    EXPECT_EQ(captures, 0);
-
-    settings.cancel();
-    hotKeys.pressed();
-    settings.begin(Action::capture);  // recording by the time the queue turns
-    queue.runUntilIdle();
-    EXPECT_EQ(captures, 0);
-}
-
-TEST_F(CaptureHotKeyTest, APressAfterTheOwnerIsGoneIsNotHandled) {
-    installed();
-    EXPECT_TRUE(hotKeys.pressed());
-    hotKey.reset();
-    queue.runUntilIdle();
-    EXPECT_EQ(captures, 0) << "the scheduled request died with its owner";
-    EXPECT_FALSE(hotKeys.pressed());
-    EXPECT_EQ(queue.pendingTasks(), 0u);
-}
-
-TEST_F(CaptureHotKeyTest, RecordingReleasesTheKeyAndItsEndRegistersTheCaptureBindingAgain) {
-    auto& h = installed();
-    EXPECT_EQ(h.recordingChanged(true), std::nullopt);
-    EXPECT_EQ(hotKeys.calls, Calls{"unregister 40/2304"});
-    EXPECT_FALSE(h.registered());
-    EXPECT_EQ(h.recordingChanged(false), std::nullopt);
-    EXPECT_EQ(hotKeys.calls, (Calls{"unregister 40/2304", "register 40/2304"}));
-    EXPECT_TRUE(h.registered());
-}
-
-TEST_F(CaptureHotKeyTest, AFailedRegistrationAfterRecordingGoesToTheSettingsMessage) {
-    auto& h = installed();
-    h.recordingChanged(true);
-    hotKeys.takenByOthers.insert({40, opt | cmd});
-    const auto message = h.recordingChanged(false);
-    EXPECT_EQ(message, std::string("⌥⌘K") + notRegistered);
-    EXPECT_EQ(settings.message(), message);
-    EXPECT_EQ(h.shortcutError(), message);
-}
-
-TEST_F(CaptureHotKeyTest, RecordingTheCaptureCombinationInTheSettingsRegistersIt) {
-    installed();
-    wireSettings();
-    settings.begin(Action::capture);
-    EXPECT_TRUE(hotKeys.live().empty()) << "the combination reaches the recorder";
-    hotKeys.pressed();
-    queue.runUntilIdle();
-    EXPECT_EQ(captures, 0);
-
-    settings.accept({38, event_modifier::control | event_modifier::command, false});
-    EXPECT_EQ(settings.bindings().capture, controlCommandJ);
-    EXPECT_EQ(settings.recording(), std::nullopt);
-    EXPECT_EQ(settings.message(), "変更を保存しました。");
-    EXPECT_EQ(hotKeys.live(), (std::vector<FakeHotKeys::Combination>{{38, ctrl | cmd}}));
-    EXPECT_EQ(hotKeys.calls, (Calls{"unregister 40/2304", "register 38/4352"})) << "registered once, when applied";
-}
-
-TEST_F(CaptureHotKeyTest, ATakenCombinationIsNeverSavedAndTheOldKeyComesBackAfterRecording) {
-    installed();
-    wireSettings();
-    hotKeys.takenByOthers.insert({38, ctrl | cmd});
-    settings.begin(Action::capture);
-    settings.accept({38, event_modifier::control | event_modifier::command, false});
-    EXPECT_EQ(settings.message(), std::string("⌃⌘J") + notRegistered);
-    EXPECT_EQ(settings.recording(), Action::capture);
-    EXPECT_EQ(settings.bindings().capture, optionCommandK);
-    EXPECT_EQ(store.writes, 0);
-
-    settings.cancel();
-    EXPECT_EQ(hotKeys.live(), (std::vector<FakeHotKeys::Combination>{{40, opt | cmd}}));
-    EXPECT_EQ(hotKey->shortcutError(), std::nullopt);
-}
-
-TEST_F(CaptureHotKeyTest, ATakenCombinationOutsideRecordingLeavesTheOldKeyWorking) {
-    installed();
-    wireSettings();
-    hotKeys.takenByOthers.insert({38, ctrl | cmd});
+TEST(CaptureHotKey, LaunchRegistersTheCaptureKeyOrSaysWhyNot) {
+    Launched fine;
+    EXPECT_EQ(fine.hotKeys.calls, (Calls{"install", "register 40/2304"}));
+    Launched taken([](auto& hotKeys) { hotKeys.takenByOthers.insert({40, optionCommand}); });
+    EXPECT_EQ(taken.settings.message(), kTaken);
+    EXPECT_EQ(taken.hotKey->shortcutError(), kTaken);
+    Launched noHandler([](auto& hotKeys) { hotKeys.installStatus = -50; });
+    EXPECT_EQ(noHandler.hotKey->shortcutError(), "ショートカットを登録できませんでした。Briselのボタンから取得できます。");
     BriselShortcutBindings candidate;
-    candidate.capture = controlCommandJ;
-    EXPECT_FALSE(settings.apply(candidate));
-    EXPECT_EQ(settings.message(), std::string("⌃⌘J") + notRegistered);
-    EXPECT_EQ(hotKeys.live(), (std::vector<FakeHotKeys::Combination>{{40, opt | cmd}}));
-    hotKeys.pressed();
-    queue.runUntilIdle();
-    EXPECT_EQ(captures, 1);
+    candidate.saveAndReturn = {15, BriselKeyBinding::command};
+    EXPECT_FALSE(noHandler.settings.apply(candidate));
+    EXPECT_EQ(noHandler.settings.message(), "ショートカットを登録できません。Briselを開き直してください。");
+    EXPECT_EQ(noHandler.hotKeys.calls, Calls{"install"});
 }
 
-TEST_F(CaptureHotKeyTest, ChangingAnotherActionLeavesTheHotKeyAlone) {
-    installed();
-    wireSettings();
-    BriselShortcutBindings candidate;
-    candidate.saveAndReturn = {15, cmd};
-    EXPECT_TRUE(settings.apply(candidate));
-    EXPECT_TRUE(hotKeys.calls.empty());
+// The new key is registered before the old one goes; a failure leaves the old one working and
+// stands as an error only when there is no key at all.
+TEST(CaptureHotKey, ReplacingTheKeyNeverLeavesTheUserWithoutOne) {
+    const Keys oldKey{{40, optionCommand}};
+    const Calls tried{"register 38/4352"};
+    // The binding asked for, then the message, the calls, the keys registered afterwards.
+    using Row = std::tuple<const char*, BriselKeyBinding, std::optional<std::string>, Calls, Keys, void (*)(Launched&)>;
+    for (const auto& [why, binding, message, calls, live, knob] : std::vector<Row>{
+             {"a free key", controlCommandJ, std::nullopt, {"register 38/4352", "unregister 40/2304"}, {{38, controlCommand}},
+              [](auto&) {}},
+             {"the same key", optionCommandK, std::nullopt, {}, oldKey, [](auto&) {}},
+             {"a taken key", controlCommandJ, jTaken, tried, oldKey,
+              [](auto& l) { l.hotKeys.takenByOthers.insert({38, controlCommand}); }},
+             {"no reference", controlCommandJ, jTaken, tried, oldKey, [](auto& l) { l.hotKeys.answersWithoutRef = true; }},
+             {"an error", controlCommandJ, jTaken, tried, oldKey, [](auto& l) { l.hotKeys.answersErrorWithRef = true; }},
+             {"a taken key and none registered", controlCommandJ, jTaken, {"unregister 40/2304", "register 38/4352"}, {},
+              [](auto& l) { l.hotKey->unregister(); l.hotKeys.takenByOthers.insert({38, controlCommand}); }}}) {
+        Launched l;
+        l.hotKeys.calls.clear();
+        knob(l);
+        EXPECT_EQ(l.hotKey->replaceCaptureShortcut(binding), message) << why;
+        EXPECT_EQ(l.hotKeys.calls, calls) << why;
+        EXPECT_EQ(l.hotKeys.live(), live) << why;
+        EXPECT_EQ(l.hotKey->shortcutError(), live.empty() ? message : std::nullopt) << why;
+    }
 }
 
-TEST_F(CaptureHotKeyTest, WithoutAHandlerEveryChangeIsRefused) {
-    hotKeys.installStatus = -50;
-    make().install();
-    wireSettings();
-    BriselShortcutBindings candidate;
-    candidate.saveAndReturn = {15, cmd};
-    EXPECT_FALSE(settings.apply(candidate));
-    EXPECT_EQ(settings.message(), noHandler);
+TEST(CaptureHotKey, APressCapturesOnTheNextTurnUnlessTheRecorderWaits) {
+    Launched l;
+    EXPECT_TRUE(l.hotKeys.pressed());
+    EXPECT_EQ(l.captures, 0) << "not inside the event manager's callback";
+    l.queue.runUntilIdle();
+    EXPECT_EQ(l.captures, 1);
+    l.settings.begin(BriselShortcutAction::saveAndReturn);
+    EXPECT_EQ(l.capturesAfterAPress(), 1);
+    l.settings.cancel();
+    l.hotKeys.pressed();
+    l.settings.begin(BriselShortcutAction::saveAndReturn);  // recording by the time the queue turns
+    EXPECT_EQ(l.capturesAfterAPress(), 1);
+    l.settings.cancel();
+    l.hotKeys.pressed();
+    l.hotKey.reset();
+    l.queue.runUntilIdle();
+    EXPECT_EQ(l.captures, 1) << "the request died with its owner";
+    EXPECT_FALSE(l.hotKeys.pressed());
 }
 
-TEST_F(CaptureHotKeyTest, TearDownReleasesTheKeyAndTheHandlerOnce) {
-    auto& h = installed();
-    h.unregister();
-    h.removeHandler();
-    h.unregister();
-    h.removeHandler();
-    EXPECT_EQ(hotKeys.calls, (Calls{"unregister 40/2304", "remove"}));
-    EXPECT_FALSE(h.registered());
-    EXPECT_FALSE(h.handlerInstalled());
+// While the capture combination is recorded the key is released, so the recorder gets it; a
+// combination that cannot be registered is never saved, and recording ends with a key again.
+TEST(CaptureHotKey, RecordingTheCaptureKey) {
+    for (const bool taken : {false, true}) {
+        Launched l;
+        if (taken) l.hotKeys.takenByOthers.insert({38, controlCommand});
+        l.hotKeys.calls.clear();
+        l.settings.begin(BriselShortcutAction::capture);
+        EXPECT_EQ(l.hotKeys.live(), Keys{});
+        l.settings.accept({38, event_modifier::control | event_modifier::command, false});
+        l.settings.cancel();
+        const BriselKeyBinding kept = taken ? optionCommandK : controlCommandJ;
+        EXPECT_EQ(l.settings.message(), taken ? jTaken : "変更を保存しました。");
+        EXPECT_EQ(l.settings.bindings().capture, kept);
+        EXPECT_EQ(l.store.writes, taken ? 0 : 1);
+        EXPECT_EQ(l.hotKeys.live(), (Keys{{kept.keyCode, kept.modifiers}}));
+        Calls calls{"unregister 40/2304", "register 38/4352"};
+        if (taken) calls.push_back("register 40/2304");
+        EXPECT_EQ(l.hotKeys.calls, calls);
+        EXPECT_EQ(l.capturesAfterAPress(), 1);
+    }
+}
+
+TEST(CaptureHotKey, AKeyTakenWhileRecordingStandsAsAnErrorUntilRegistered) {
+    Launched l;
+    l.settings.begin(BriselShortcutAction::saveAndReturn);
+    l.hotKeys.takenByOthers.insert({40, optionCommand});
+    l.settings.cancel();
+    EXPECT_EQ(l.settings.message(), kTaken);
+    EXPECT_EQ(l.hotKey->shortcutError(), kTaken);
+    l.hotKeys.takenByOthers.clear();
+    EXPECT_EQ(l.hotKey->replaceCaptureShortcut(optionCommandK), std::nullopt);
+    EXPECT_EQ(l.hotKey->shortcutError(), std::nullopt);
 }
 
 }  // namespace

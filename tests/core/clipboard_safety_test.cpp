@@ -1,14 +1,13 @@
-// Many captures on the fakes with everything around them at random: when Kindle copies, other
-// programs writing, the user switching away, writes landing between two reads of one round,
-// unreadable clipboard types and every kind of press result. After each one the user's
-// clipboard must be intact except where the capture says it is not.
+// Captures with everything around them at random: when and what Kindle copies, other programs
+// writing, writes between two reads of one round, the user switching away, clipboards that
+// cannot be read, every kind of press result. After each one there is exactly one outcome, the
+// capture has written only right over Kindle's own copy, and the user's clipboard is back byte
+// for byte exactly when the outcome says so.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <cstdio>
 #include <map>
-#include <memory>
 #include <optional>
 #include <random>
 #include <set>
@@ -16,265 +15,124 @@
 #include <vector>
 
 #include "capture/capture_texts.h"
-#include "capture/kindle_capture.h"
 #include "fakes/kindle_capture_harness.h"
 
 namespace brisel {
 namespace {
 
+using namespace capture_texts;
 using Harness = testing::KindleCaptureHarness;
 using testing::FakePasteboardContents;
-using testing::kindleCopyOf;
-using testing::plainTextContents;
+using testing::plainText;
 
-constexpr const char* delivered = "(selection)";
+const std::set<std::string> restoring = {"selection", passageTooLong, unconfirmedCopyRefused};
+const std::set<std::string> leavingKindlesCopy = {copyUnverified, switchedDuringCopy, changedAfterCopy};
 
-class Dice {
-public:
-    explicit Dice(uint32_t seed) : engine_(seed) {}
-    bool chance(double p) { return std::bernoulli_distribution(p)(engine_); }
-    int between(int low, int high) { return std::uniform_int_distribution<int>(low, high)(engine_); }
-    Duration milliseconds(int low, int high) { return Duration(between(low, high)); }
-    template <typename T>
-    const T& pick(const std::vector<T>& values) { return values[static_cast<size_t>(between(0, static_cast<int>(values.size()) - 1))]; }
-
-    std::string bytes(int maximum) {
-        std::string text(static_cast<size_t>(between(0, maximum)), '\0');
-        for (auto& c : text) c = static_cast<char>(between(0, 255));
+struct Dice {
+    std::mt19937 engine;
+    bool chance(double p) { return std::bernoulli_distribution(p)(engine); }
+    int between(int low, int high) { return std::uniform_int_distribution<int>(low, high)(engine); }
+    std::optional<Duration> sometimes(double p, int low, int high) {
+        return chance(p) ? std::optional(Duration(between(low, high))) : std::nullopt;
+    }
+    std::string bytes() {
+        std::string text(static_cast<size_t>(between(0, 64)), '\0');
+        for (char& c : text) c = static_cast<char>(between(0, 255));
         return text;
     }
-
-    FakePasteboardContents clipboard() {
-        static const std::vector<std::string> types = {"public.utf8-plain-text", "public.rtf", "public.html",
-                                                       "public.png", "public.tiff", "com.example.custom"};
-        FakePasteboardContents contents;
-        const int items = between(0, 3);
-        for (int i = 0; i < items; ++i) {
-            auto& item = contents.emplace_back();
-            std::set<std::string> used;
-            const int count = between(1, 4);
-            for (int t = 0; t < count; ++t) {
-                const std::string type = pick(types);
-                if (!used.insert(type).second) continue;
-                item.push_back({type, bytes(64)});
-            }
-        }
-        if (!contents.empty() && chance(0.05)) contents.back().push_back({"com.example.promised", std::nullopt});
-        return contents;
-    }
-
     std::string passage() {
-        static const std::vector<std::string> pieces = {"a", "Z", " ", "語", "の", "👍🏽", "é", "\n", "ー"};
-        std::string text = "P";
-        const int length = chance(0.2) ? between(230, 250) : between(1, 60);
-        for (int i = 1; i < length; ++i) text += pick(pieces);
-        return text + ".";
+        std::string text = "P.";
+        for (int i = chance(0.2) ? between(230, 250) : between(1, 60); i > 2; --i) text.insert(1, chance(0.5) ? "語" : "a");
+        return text;
     }
-
     std::string kindleText() {
-        if (chance(0.8)) return kindleCopyOf(passage());
-        return pick(std::vector<std::string>{"no citation at all", passage() + "\n\nDoe, Jane. A Title (p. 12). Kindle Edition",
-                                             "\n\n" + std::string(testing::kindleCitation)});
+        return chance(0.8) ? testing::kindleCopyOf(passage()) : passage() + "\n\nDoe, Jane. A Title (p. 12). Kindle";
     }
-
-private:
-    std::mt19937 engine_;
 };
 
-// What the pasteboard looked like when the capture reported its outcome.
-struct Outcome {
-    std::string message;
-    FakePasteboardContents contents;
-    std::vector<std::string> changes;
-    size_t writes = 0;
-};
-
-void runCaptures(uint32_t seed, int captures, std::map<std::string, int>& tally) {
-    Dice dice(seed);
+void capture(Dice& dice, std::map<std::string, int>& tally) {
     Harness h;
-    BriselKindleCapture& capture = h.make();
+    if (dice.chance(0.3)) h.kindle.addToolbarCopy();
+    h.kindle.menuCopy->attributes["AXEnabled"] = dice.chance(0.95) ? 1.0 : 0.0;
+    h.accessibility.trusted = dice.chance(0.97);
+    h.host.ready = dice.chance(0.97);
+    h.pasteboard.contents.resize(static_cast<size_t>(dice.between(0, 3)));
+    for (auto& item : h.pasteboard.contents) {
+        item = {{"public.utf8-plain-text", dice.bytes()}, {"public.png", dice.bytes()}};
+        if (dice.chance(0.03)) item.push_back({"com.example.promised", std::nullopt});
+    }
+    const int press = dice.between(0, 99);
+    h.pressResult = press < 75 ? 0 : press < 90 ? accessibility_error::cannotComplete : -25205;
+    h.copied = press < 90 && dice.chance(0.9) ? std::optional(dice.kindleText()) : std::nullopt;
+    h.copyDelay = dice.sometimes(0.6, 1, 2500);
+    for (int writes = dice.chance(0.35) ? dice.between(1, 3) : 0; writes > 0; --writes) {
+        const FakePasteboardContents written =
+            dice.chance(0.6) ? plainText(dice.passage()) : FakePasteboardContents{{{"public.png", dice.bytes()}}};
+        h.queue.postAfter(Duration(dice.between(0, 3000)), [&h, written] { h.pasteboard.replace(written, "other"); });
+    }
+    if (const auto away = dice.sometimes(0.15, 0, 2500)) {
+        h.queue.postAfter(*away, [&h] { h.applications.frontmostPID = Harness::editorPID; });
+    }
+    if (dice.chance(0.3)) h.applications.frontmostPID = Harness::companionPID;
+    h.activationTakes(dice.sometimes(0.9, 0, 2300));
+    h.background.runsAtOnce = dice.chance(0.7);
 
-    const std::set<std::string> restoredOutcomes = {delivered, capture_texts::passageTooLong,
-                                                    capture_texts::unconfirmedCopyRefused};
-    // Where the capture may end with Kindle's copy still on the clipboard, and says so.
-    const std::set<std::string> keptKindlesCopy = {capture_texts::copyUnverified, capture_texts::switchedDuringCopy,
-                                                   capture_texts::changedAfterCopy};
-
-    for (int round = 0; round < captures; ++round) {
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", capture " + std::to_string(round));
-
-        // The desktop, Kindle and the user's clipboard for this capture.
-        h.useTree({.toolbarCopy = dice.chance(0.3), .menuCopy = dice.chance(0.93),
-                   .copyLabel = dice.chance(0.5) ? "コピー" : "Copy"});
-        if (const auto control = h.kindle.copyControl()) control->setEnabled(dice.chance(0.93));
-        h.accessibility.trusted = dice.chance(0.97);
-        h.host.ready = dice.chance(0.97);
-        const FakePasteboardContents user = dice.clipboard();
-        h.pasteboard.contents = user;
-        h.pasteboard.changes.clear();
-        h.pasteboard.writes.clear();
-        h.pasteboard.beforeRead = nullptr;
-        h.pasteboard.count += dice.between(1, 5);
-        h.host.forget();
-        const size_t actionsBefore = h.accessibility.actions().size();
-
-        const int pressDice = dice.between(0, 99);
-        h.kindleCopy.pressResult = pressDice < 75 ? accessibility_error::success
-                                   : pressDice < 90 ? accessibility_error::cannotComplete
-                                                    : dice.pick(std::vector<int32_t>{-25200, -25205, -25206});
-        // An error other than "cannot complete" means the press was not carried out.
-        const bool kindleCopies = h.kindleCopy.pressResult != -25200 && h.kindleCopy.pressResult != -25205 &&
-                                  h.kindleCopy.pressResult != -25206 && dice.chance(0.9);
-        h.kindleCopy.text = kindleCopies ? std::optional<std::string>(dice.kindleText()) : std::nullopt;
-        h.kindleCopy.delay = dice.chance(0.4) ? std::nullopt : std::optional<Duration>(dice.milliseconds(1, 2500));
-        const bool writesTwice = kindleCopies && dice.chance(0.1);
-        const Duration again = dice.milliseconds(0, 120);
-        const std::string second = dice.kindleText();
-
-        // Writes landing between two reads of one round: another program's at any time, Kindle's
-        // only once it has been asked to copy.
-        std::function<void(const std::string&)> betweenReads;
-        bool kindleWritesBetweenReads = false;
-        if (dice.chance(0.2)) {
-            kindleWritesBetweenReads = dice.chance(0.4);
-            const bool fromTheStart = !kindleWritesBetweenReads && dice.chance(0.4);
-            // After the press, the reads that matter come first: the change count, the text,
-            // the change count again, and the restore's.
-            const int atRead = fromTheStart ? dice.between(1, 24) : dice.between(1, 6);
-            const std::string text = kindleWritesBetweenReads ? dice.kindleText() : dice.passage();
-            const std::string writer = kindleWritesBetweenReads ? "kindle" : "other";
-            auto reads = std::make_shared<int>(0);
-            betweenReads = [&h, atRead, text, writer, reads](const std::string&) {
-                if (++*reads == atRead) h.pasteboard.replace(plainTextContents(text), writer);
-            };
-            if (fromTheStart) h.pasteboard.beforeRead = betweenReads;
-        }
-        const bool armAtPress = betweenReads && !h.pasteboard.beforeRead;
-
-        // What the clipboard held when Copy was pressed: what a restore must bring back.
-        std::optional<FakePasteboardContents> atPress;
-        size_t changesBeforePress = 0;
-        for (const auto& control : {h.kindle.toolbarCopy, h.kindle.menuCopy}) {
-            if (!control) continue;
-            control->onPress = [&, again, second, writesTwice, armAtPress, betweenReads] {
-                atPress = h.pasteboard.contents;
-                changesBeforePress = h.pasteboard.changes.size();
-                if (armAtPress) h.pasteboard.beforeRead = betweenReads;
-                const int32_t result = h.pressKindleCopy();
-                if (writesTwice) {
-                    h.queue.postAfter(again, [&h, second] { h.pasteboard.replace(plainTextContents(second), "kindle"); });
-                }
-                return result;
-            };
-        }
-
-        const bool fromPanel = dice.chance(0.3);
-        h.applications.frontmostPID = fromPanel ? Harness::companionPID : Harness::kindlePID;
-        h.activationTakes(dice.chance(0.1) ? std::nullopt : std::optional<Duration>(dice.milliseconds(0, 2300)));
-
-        // Other programs and the user's focus. Nothing but Kindle writes Kindle's citation: a
-        // program that forges it while Kindle is in front cannot be told apart.
-        const int otherWrites = dice.chance(0.35) ? dice.between(1, 3) : 0;
-        for (int i = 0; i < otherWrites; ++i) {
-            FakePasteboardContents written = dice.chance(0.6) ? plainTextContents(dice.passage())
-                                                              : FakePasteboardContents{{{"public.png", dice.bytes(32)}}};
-            h.queue.postAfter(dice.milliseconds(0, 3000), [&h, written] { h.pasteboard.replace(written, "other"); });
-        }
-        if (dice.chance(0.15)) {
-            h.queue.postAfter(dice.milliseconds(0, 2500), [&h] { h.applications.frontmostPID = Harness::editorPID; });
-            if (dice.chance(0.5)) {
-                h.queue.postAfter(dice.milliseconds(2500, 2800), [&h] { h.applications.frontmostPID = Harness::kindlePID; });
-            }
-        }
-        h.background.runsAtOnce = dice.chance(0.7);
-        const int searchAfterTicks = dice.between(0, 30);
-
-        std::vector<Outcome> outcomes;
-        h.host.onCall = [&](const std::string& call) {
-            if (call.rfind("status", 0) != 0) return;
-            outcomes.push_back({call == "status" ? delivered : call.substr(8), h.pasteboard.contents,
-                                h.pasteboard.changes, h.pasteboard.writes.size()});
+    // The clipboard when Copy was pressed, and when the outcome came.
+    std::optional<FakePasteboardContents> atPress;
+    h.accessibility.onCall = [&](const std::string& call) {
+        if (call.ends_with("AXPress")) atPress = h.pasteboard.contents;
+    };
+    std::optional<std::pair<FakePasteboardContents, std::vector<std::string>>> atOutcome;
+    h.host.onCall = [&](const std::string& call) {
+        if (call.starts_with("status")) atOutcome = {h.pasteboard.contents, h.pasteboard.log};
+    };
+    // A write between two reads: another program's at any time, Kindle's once it was pressed.
+    if (dice.chance(0.2)) {
+        const bool kindle = dice.chance(0.4);
+        h.pasteboard.beforeRead = [&h, &atPress, kindle, at = dice.between(1, kindle ? 6 : 24), reads = 0,
+                                   text = kindle ? dice.kindleText() : dice.passage()](const std::string&) mutable {
+            if ((atPress || !kindle) && ++reads == at) h.pasteboard.replace(plainText(text), kindle ? "kindle" : "other");
         };
-
-        capture.requestCaptureFromKindle();
-        // The hot key pressed again while the first capture runs: ignored.
-        if (dice.chance(0.1) && (capture.captureInFlight() || capture.captureHandoffInFlight())) {
-            capture.requestCaptureFromKindle();
-        }
-        for (int tick = 0; tick < 700; ++tick) {
-            if (tick >= searchAfterTicks) h.background.runNext();
-            h.queue.advance(Duration(10));
-        }
-        while (h.background.runNext()) h.queue.advance(Duration(10));
-        h.queue.advance(Duration(3000));
-
-        // Exactly one outcome, and nothing left running.
-        ASSERT_EQ(outcomes.size(), 1u) << ::testing::PrintToString(h.host.calls);
-        EXPECT_FALSE(capture.captureInFlight());
-        EXPECT_FALSE(capture.captureHandoffInFlight());
-        EXPECT_EQ(h.queue.pendingTasks(), 0u);
-        const Outcome& outcome = outcomes[0];
-        tally[outcome.message]++;
-        const auto types = h.host.eventTypes();
-        EXPECT_EQ(std::count(types.begin(), types.end(), "selection"), outcome.message == delivered ? 1 : 0);
-
-        // The capture changes the clipboard at most once, right over Kindle's own write.
-        std::vector<size_t> own;
-        for (size_t i = 0; i < h.pasteboard.changes.size(); ++i) {
-            if (h.pasteboard.changes[i] == "capture") own.push_back(i);
-        }
-        ASSERT_LE(own.size(), 1u);
-        const bool restored = !own.empty();
-        if (restored) {
-            ASSERT_GT(own[0], 0u);
-            EXPECT_EQ(h.pasteboard.changes[own[0] - 1], "kindle") << "wrote over somebody else's clipboard";
-            EXPECT_LT(own[0], outcome.changes.size()) << "wrote after the outcome";
-        }
-
-        // Restored means byte for byte, in the outcomes that say so; an empty one stays empty.
-        EXPECT_EQ(restored, restoredOutcomes.count(outcome.message) == 1) << outcome.message;
-        if (restored) {
-            ASSERT_TRUE(atPress);
-            EXPECT_EQ(outcome.contents, *atPress);
-            if (changesBeforePress == 0) {
-                EXPECT_EQ(outcome.contents, user);
-            }
-            if (atPress->empty()) {
-                EXPECT_EQ(outcome.writes, 0u);
-            }
-        } else if (outcome.changes.empty()) {
-            EXPECT_EQ(outcome.contents, user);
-        } else if (outcome.changes.back() == "kindle") {
-            EXPECT_EQ(keptKindlesCopy.count(outcome.message), 1u) << outcome.message;
-        }
-        if (outcome.message == capture_texts::clipboardCannotBeKept) {
-            EXPECT_EQ(h.accessibility.actions().size(), actionsBefore) << "pressed without a snapshot";
-        }
     }
 
+    h.capture->requestCaptureFromKindle();
+    if (h.capture->captureInFlight() && dice.chance(0.1)) h.capture->requestCaptureFromKindle();  // ignored
+    const int searchAfter = dice.between(0, 30);
+    for (int tick = 0; tick < 1000; ++tick) {
+        if (tick >= searchAfter) h.background.runNext();
+        h.queue.advance(Duration(10));
+    }
+
+    const std::string outcome = h.outcome();
+    ++tally[outcome];
+    ASSERT_FALSE(outcome.ends_with(" outcomes")) << outcome;
+    ASSERT_EQ(h.queue.pendingTasks(), 0u);
+    EXPECT_FALSE(h.capture->captureInFlight() || h.capture->captureHandoffInFlight());
+    EXPECT_EQ(std::count(h.host.calls.begin(), h.host.calls.end(), "event: selection"), outcome == "selection" ? 1 : 0);
+    const auto& [contents, log] = *atOutcome;
+    const auto clear = std::find(log.begin(), log.end(), "clear");
+    EXPECT_EQ(clear != log.end(), restoring.count(outcome) == 1) << outcome;
+    EXPECT_EQ(std::count(h.pasteboard.log.begin(), h.pasteboard.log.end(), "clear"), clear != log.end() ? 1 : 0);
+    if (clear != log.end()) {
+        EXPECT_TRUE(clear != log.begin() && clear[-1] == "kindle") << "wrote over somebody else's clipboard";
+        EXPECT_EQ(contents, atPress.value());
+    } else if (!log.empty() && log.back() == "kindle") {
+        EXPECT_EQ(leavingKindlesCopy.count(outcome), 1u) << outcome;
+    }
+    if (outcome == clipboardCannotBeKept) EXPECT_FALSE(atPress) << "pressed without a snapshot";
 }
 
-TEST(ClipboardSafetyTest, TheUsersClipboardSurvivesEveryCapture) {
+TEST(ClipboardSafety, TheUsersClipboardSurvivesEveryCapture) {
     std::map<std::string, int> tally;
     for (const uint32_t seed : {1u, 7u, 42u, 2024u, 31337u}) {
-        runCaptures(seed, 600, tally);
-        if (::testing::Test::HasFatalFailure()) return;
+        Dice dice{std::mt19937(seed)};
+        for (int round = 0; round < 600 && !::testing::Test::HasFatalFailure(); ++round) {
+            SCOPED_TRACE("seed " + std::to_string(seed) + ", capture " + std::to_string(round));
+            capture(dice, tally);
+        }
     }
-
-    // The randomness reaches every outcome that touches the clipboard, and the refusals around them.
-    for (const char* message : {delivered, capture_texts::noCopyReceived, capture_texts::copyUnverified,
-                                capture_texts::switchedDuringCopy, capture_texts::changedAfterCopy,
-                                capture_texts::unconfirmedCopyRefused, capture_texts::passageTooLong,
-                                capture_texts::copyNotConfirmed, capture_texts::copyUnavailable,
-                                capture_texts::clipboardCannotBeKept, capture_texts::changedBeforeCopy,
-                                capture_texts::switchedDuringSearch, capture_texts::kindleNotBroughtForward,
-                                capture_texts::pageNotReady, capture_texts::allowAccessibility}) {
-        EXPECT_GT(tally[message], 0) << message;
-    }
-    std::string summary;
-    for (const auto& [message, count] : tally) summary += std::to_string(count) + " x " + message + "\n";
-    RecordProperty("outcomes", summary);
-    std::printf("%s", summary.c_str());
+    EXPECT_EQ(tally.size(), 15u) << "the chances reach every outcome they can";
+    for (const auto& [outcome, count] : tally) std::printf("%5d x %s\n", count, outcome.c_str());
 }
 
 }  // namespace

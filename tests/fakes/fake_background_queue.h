@@ -2,8 +2,6 @@
 
 #include <deque>
 #include <functional>
-#include <thread>
-#include <vector>
 
 #include "platform/background_queue_port.h"
 
@@ -28,20 +26,6 @@ public:
         task();
         return true;
     }
-};
-
-// Each task on a thread of its own, as the global queue would run it.
-class ThreadBackgroundQueue final : public BackgroundQueuePort {
-public:
-    ~ThreadBackgroundQueue() override { joinAll(); }
-    void run(std::function<void()> task) override { threads_.emplace_back(std::move(task)); }
-    void joinAll() {
-        for (auto& thread : threads_) thread.join();
-        threads_.clear();
-    }
-
-private:
-    std::vector<std::thread> threads_;
 };
 
 }  // namespace brisel::testing

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 #include <string>
@@ -9,61 +10,43 @@
 
 namespace brisel::testing {
 
-// The desktop's applications. Activation does nothing by itself: `onActivate` decides when,
-// or whether, the application comes to the front.
+// The desktop's applications; an application that quits leaves `running`. Activation does
+// nothing by itself: `onActivate` decides when, or whether, the application comes forward.
 class FakeRunningApplications final : public RunningApplicationsPort {
 public:
-    struct Entry {
-        RunningApplication application;
-        bool terminated = false;
-    };
-    std::vector<Entry> entries;
+    std::vector<RunningApplication> running;
     std::optional<int32_t> frontmostPID;
-    std::optional<std::string> own = "app.brisel.Brisel";
     std::vector<int32_t> activations;
     std::function<void(const RunningApplication&)> onActivate;
 
-    RunningApplication add(int32_t processID, std::optional<std::string> bundleID) {
-        entries.push_back({{processID, std::move(bundleID)}, false});
-        return entries.back().application;
+    void add(int32_t processID, std::optional<std::string> bundleID) {
+        running.push_back({processID, std::move(bundleID)});
     }
-
     void terminate(int32_t processID) {
-        for (auto& entry : entries) {
-            if (entry.application.processID == processID) entry.terminated = true;
-        }
-        if (frontmostPID == processID) frontmostPID.reset();
+        std::erase_if(running, [&](const RunningApplication& application) { return application.processID == processID; });
     }
 
     std::optional<RunningApplication> frontmostApplication() const override {
-        if (!frontmostPID) return std::nullopt;
-        for (const auto& entry : entries) {
-            if (entry.application.processID == *frontmostPID && !entry.terminated) return entry.application;
+        for (const auto& application : running) {
+            if (application.processID == frontmostPID) return application;
         }
         return std::nullopt;
     }
-
     std::vector<RunningApplication> runningApplications(const std::string& bundleID) const override {
         std::vector<RunningApplication> found;
-        for (const auto& entry : entries) {
-            if (!entry.terminated && entry.application.bundleID == bundleID) found.push_back(entry.application);
+        for (const auto& application : running) {
+            if (application.bundleID == bundleID) found.push_back(application);
         }
         return found;
     }
-
     bool isTerminated(const RunningApplication& application) const override {
-        for (const auto& entry : entries) {
-            if (entry.application == application) return entry.terminated;
-        }
-        return true;
+        return std::find(running.begin(), running.end(), application) == running.end();
     }
-
     void activate(const RunningApplication& application) override {
         activations.push_back(application.processID);
         if (onActivate) onActivate(application);
     }
-
-    std::optional<std::string> ownBundleID() const override { return own; }
+    std::optional<std::string> ownBundleID() const override { return "app.brisel.Brisel"; }
 };
 
 }  // namespace brisel::testing

@@ -1,0 +1,315 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "capture/capture_texts.h"
+#include "fakes/kindle_capture_harness.h"
+
+namespace brisel {
+namespace {
+
+using namespace capture_texts;
+using namespace std::chrono_literals;
+using nlohmann::json;
+using Calls = std::vector<std::string>;
+using Harness = testing::KindleCaptureHarness;
+using Knob = std::function<void(Harness&)>;
+using testing::kindleCopyOf;
+using testing::plainText;
+
+const std::string measurementID = "0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef";
+
+std::string repeated(const std::string& piece, size_t times) {
+    std::string text;
+    for (size_t i = 0; i < times; ++i) text += piece;
+    return text;
+}
+void fromPanel(Harness& h) { h.applications.frontmostPID = Harness::companionPID; }
+void switchAway(Harness& h) { h.applications.frontmostPID = Harness::editorPID; }
+void otherCopies(Harness& h) { h.pasteboard.replace(plainText("the editor's"), "other"); }
+void copyGreyedOut(Harness& h) { h.kindle.menuCopy->attributes["AXEnabled"] = 0.0; }
+// Runs `then` at the `nth` pasteboard read of `kind`, counted from the read of the copy's text
+// when `afterText`.
+Knob atRead(const std::string& kind, int nth, void (*then)(Harness&), bool afterText = false) {
+    return [=](Harness& h) {
+        h.pasteboard.beforeRead = [&h, kind, nth, then, counting = !afterText, n = 0](const std::string& read) mutable {
+            counting = counting || read == "text";
+            if (counting && read == kind && ++n == nth) then(h);
+        };
+    };
+}
+// Runs `then` at the `nth` accessibility call `call`.
+Knob atCall(const std::string& call, int nth, void (*then)(Harness&)) {
+    return [=](Harness& h) {
+        h.accessibility.onCall = [&h, call, nth, then, n = 0](const std::string& made) mutable {
+            if (made == call && ++n == nth) then(h);
+        };
+    };
+}
+
+// What the clipboard must be when the capture ends: nobody wrote, the user's items are back over
+// Kindle's copy, Kindle's copy stays (as the sentence says), or another program's write stays.
+enum class Clipboard { untouched, restored, kindles, others };
+using enum Clipboard;
+
+TEST(KindleCapture, EndsInOneSentenceOrTheSelectionAndLeavesTheClipboardAsItSays) {
+    const std::vector<std::tuple<const char*, const char*, Clipboard, Knob>> rows = {
+        {"another application in front", selectInKindle, untouched, switchAway},
+        {"nothing in front", selectInKindle, untouched, [](auto& h) { h.applications.frontmostPID.reset(); }},
+        {"no bundle identifier in front", selectInKindle, untouched,
+         [](auto& h) { h.applications.add(888, {}); h.applications.frontmostPID = 888; }},
+        {"Kindle not running", openKindle, untouched,
+         [](auto& h) { fromPanel(h); h.applications.terminate(Harness::kindlePID); }},
+        {"Kindle never comes forward", kindleNotBroughtForward, untouched, fromPanel},
+        {"the page not loaded", pageNotReady, untouched, [](auto& h) { h.host.ready = false; }},
+        {"no accessibility permission", allowAccessibility, untouched, [](auto& h) { h.accessibility.trusted = false; }},
+        {"switched away during the search", switchedDuringSearch, untouched, atCall("window.AXRole", 1, switchAway)},
+        {"Copy greyed out", copyUnavailable, untouched, copyGreyedOut},
+        {"no Copy", copyUnavailable, untouched, [](auto& h) { h.kindle.menuCopy->attributes["AXTitle"] = "ペースト"; }},
+        {"Copy greyed out after the search", copyUnavailableChooseAgain, untouched,
+         atCall("menu copy.AXEnabled", 2, copyGreyedOut)},
+        {"a promised type never produced", clipboardCannotBeKept, untouched,
+         [](auto& h) { h.pasteboard.contents[1].push_back({"promised", {}}); }},
+        {"an owner that will not tell", clipboardCannotBeKept, untouched,
+         [](auto& h) { h.pasteboard.ownerRefuses = true; }},
+        {"a copy during the snapshot", clipboardCannotBeKept, others, atRead("items", 1, otherCopies)},
+        {"a copy before the press", changedBeforeCopy, others, atRead("changeCount", 3, otherCopies)},
+        {"switched away before the press", changedBeforeCopy, untouched, atRead("items", 1, switchAway)},
+        {"the press fails", copyNotConfirmed, untouched, [](auto& h) { h.pressResult = -25205; h.copied.reset(); }},
+        {"switched away during the wait", switchedDuringCopy, untouched,
+         [](auto& h) { h.copied.reset(); h.queue.postAfter(220ms, [&h] { switchAway(h); }); }},
+        {"Kindle's process identifier taken over", switchedDuringCopy, untouched,
+         [](auto& h) { h.copied.reset(); h.queue.postAfter(220ms, [&h] { h.applications.running[1].bundleID = "x"; }); }},
+        {"Kindle copies nothing", noCopyReceived, untouched, [](auto& h) { h.copied.reset(); }},
+        {"no citation", copyUnverified, kindles, [](auto& h) { h.copied = "Some passage."; }},
+        {"Kindle writes again while its copy is read", copyUnverified, kindles,
+         atRead("text", 1, [](auto& h) { h.pasteboard.replace(plainText("Again."), "kindle"); })},
+        {"switched away after Kindle's copy", changedAfterCopy, kindles, atRead("changeCount", 1, switchAway, true)},
+        {"a copy after Kindle's", changedAfterCopy, others, atRead("changeCount", 2, otherCopies, true)},
+        {"an unconfirmed press of a good copy", unconfirmedCopyRefused, restored, [](auto& h) { h.pressResult = -25204; }},
+        {"241 scalars", passageTooLong, restored, [](auto& h) { h.copied = kindleCopyOf(repeated("あ", 241)); }},
+        {"121 two-scalar emoji", passageTooLong, restored,
+         [](auto& h) { h.copied = kindleCopyOf(repeated("👍🏽", 120) + "a"); }},
+        {"240 scalars, with a long citation", "selection", restored,
+         [](auto& h) {
+             h.copied = repeated("あ", 240) + "\n\nDoe, Jane. " + repeated("t", 600) + " (p. 1). Kindle Edition.";
+         }},
+        {"120 two-scalar emoji", "selection", restored, [](auto& h) { h.copied = kindleCopyOf(repeated("👍🏽", 120)); }},
+        {"Kindle copies right after a round saw no change", "selection", restored,
+         [](auto& h) {
+             h.copied.reset();
+             atRead("changeCount", 5, [](Harness& h) {
+                 h.pasteboard.replace(plainText(kindleCopyOf("Some passage.")), "kindle");
+             })(h);
+         }},
+        {"an empty clipboard, left empty", "selection", restored, [](auto& h) { h.pasteboard.contents.clear(); }},
+        {"the toolbar's Copy rather than the menu's", "selection", restored, [](auto& h) { h.kindle.addToolbarCopy(); }},
+        {"blank and image writes waited past", "selection", restored,
+         [](auto& h) {
+             h.copyDelay = 500ms;
+             h.queue.postAfter(100ms, [&h] { h.pasteboard.replace(plainText(" \n\u3000"), "kindle"); });
+             h.queue.postAfter(200ms, [&h] { h.pasteboard.replace({{{"public.png", "png"}}}, "kindle"); });
+         }},
+    };
+    for (const auto& [why, outcome, clipboard, knob] : rows) {
+        SCOPED_TRACE(why);
+        Harness h;
+        knob(h);
+        const auto before = h.pasteboard.contents;
+        // The capture is over before the panel shows, and a refusal's sentence comes right after.
+        h.host.onCall = [&h](const std::string& call) {
+            EXPECT_FALSE(call == "showPanel" && h.capture->captureInFlight());
+        };
+        h.request();
+        ASSERT_EQ(h.outcome(), outcome);
+        EXPECT_FALSE(h.capture->captureInFlight() || h.capture->captureHandoffInFlight());
+        const Calls ending(h.host.calls.end() - 2, h.host.calls.end());
+        if (outcome != std::string("selection")) EXPECT_EQ(ending, (Calls{"showPanel", "status: " + h.outcome()}));
+        const auto& log = h.pasteboard.log;
+        if (clipboard == untouched) EXPECT_EQ(log, Calls{});
+        if (clipboard == restored) EXPECT_EQ(h.pasteboard.contents, before);
+        if (clipboard == restored) EXPECT_EQ(std::count(log.begin(), log.end(), "clear"), 1);
+        if (clipboard == kindles) EXPECT_EQ(log.back(), "kindle");
+        if (clipboard == others) EXPECT_EQ(log.back(), "other");
+    }
+}
+
+TEST(KindleCapture, DeliversKindlesPassageAndPutsEveryItemBackInOneWrite) {
+    Harness h;
+    h.request(0ms);
+    EXPECT_EQ(h.host.calls, (Calls{"event: captureStarted", "showPanel", "status", "event: selection"}));
+    EXPECT_EQ(h.host.events.back(), json::parse(R"({"type": "selection", "text": "Some passage.", "context": "",
+        "source": {"app": "Kindle", "bundleId": "com.amazon.Lassen", "title": "A Title", "chapter": "p. 12"},
+        "captureMethod": "kindle-standard-copy"})"));
+    EXPECT_EQ(h.pasteboard.log, (Calls{"kindle", "clear", "write"}));
+    EXPECT_EQ(h.accessibility.calls.front(), "trusted?");
+}
+
+// Kindle's copy is looked for every 0.05 s; the last look, at 2.0 s, still takes a copy already
+// there. After a hand-off, Kindle is looked for every 0.1 s until 2.0 s.
+TEST(KindleCapture, WaitsTwoSecondsForKindlesCopyAndForKindle) {
+    const std::vector<std::tuple<int, int, const char*, int>> rows = {  // copy at, in front at, outcome, when
+        {1900, 0, "selection", 1900}, {1950, 0, "selection", 1950}, {2000, 0, "selection", 2000},
+        {2001, 0, noCopyReceived, 2000}, {0, 150, "selection", 200}, {0, 1900, "selection", 1900},
+        {0, 2050, kindleNotBroughtForward, 2000},
+    };
+    for (const auto& [copyAt, inFrontAt, outcome, endedAt] : rows) {
+        SCOPED_TRACE(std::to_string(copyAt) + " " + std::to_string(inFrontAt));
+        Harness h;
+        if (copyAt) h.copyDelay = Duration(copyAt);
+        if (inFrontAt) fromPanel(h);
+        h.activationTakes(Duration(inFrontAt));
+        h.request(Duration(endedAt - 1));
+        EXPECT_EQ(h.outcome(), "0 outcomes");
+        h.queue.advance(1ms);
+        EXPECT_EQ(h.outcome(), outcome);
+        EXPECT_FALSE(h.capture->captureHandoffInFlight());
+    }
+}
+
+TEST(KindleCapture, TheSearchHandsItsFindToTheMainQueue) {
+    Harness h;
+    h.background.runsAtOnce = false;
+    h.capture->requestCaptureFromKindle();
+    h.background.runNext();
+    EXPECT_EQ(h.accessibility.calls.back(), "menu copy.AXEnabled") << "the search ends with finding Copy enabled";
+    EXPECT_EQ(h.pasteboard.log, Calls{}) << "nothing pressed until the main queue turns";
+    h.queue.runUntilIdle();
+    EXPECT_EQ(h.outcome(), "selection");
+}
+
+TEST(KindleCapture, NothingHappensOnceTheCaptureIsGone) {
+    // The search not run yet; the search done and its hop to the main queue pending; the wait.
+    for (const int after : {-1, 0, 100}) {
+        Harness h;
+        h.background.runsAtOnce = after >= 0;
+        h.copyDelay = 500ms;
+        h.capture->requestCaptureFromKindle();
+        if (after > 0) h.queue.advance(Duration(after));
+        h.capture.reset();
+        h.background.runNext();
+        h.queue.advance(5000ms);
+        EXPECT_EQ(h.host.calls, Calls{"event: captureStarted"}) << after;
+    }
+}
+
+TEST(KindleCapture, ASecondRequestIsIgnoredWhileACaptureOrAHandOffRuns) {
+    Harness capturing;
+    capturing.background.runsAtOnce = false;
+    capturing.request(0ms);
+    capturing.capture->captureFromKindle();
+    capturing.request(0ms);
+    fromPanel(capturing);
+    capturing.request(0ms);
+    EXPECT_EQ(capturing.host.calls, Calls{"event: captureStarted"});
+
+    Harness handingOff;
+    fromPanel(handingOff);
+    handingOff.activationTakes(300ms);
+    handingOff.request(100ms);
+    handingOff.request();
+    EXPECT_EQ(handingOff.host.calls, (Calls{"event: captureStarted", "orderOutPanel", "event: captureStarted", "showPanel",
+                                            "status", "event: selection"}));
+}
+
+TEST(KindleCapture, ReturnToReadingHandsTheFocusBackToKindle) {
+    const std::string failed = std::string("status: ") + returnNotPossible;
+    const std::vector<std::tuple<std::optional<Duration>, bool, Calls>> rows = {  // in front after; Kindle running
+        {200ms, true, {"invalidateSignIn", "orderOutPanel", "event: readingReturned"}},
+        {std::nullopt, true, {"invalidateSignIn", "event: readingReturned", "showPanel", failed}},
+        {std::nullopt, false, {"invalidateSignIn", "orderOutPanel", "event: readingReturned"}},
+    };
+    for (const auto& [inFrontAfter, running, calls] : rows) {
+        Harness h;
+        fromPanel(h);
+        if (!running) h.applications.terminate(Harness::kindlePID);
+        h.activationTakes(inFrontAfter);
+        h.capture->returnToReading(measurementID, true);
+        h.queue.advance(5000ms);
+        EXPECT_EQ(h.host.calls, calls);
+        const json returned{{"type", "readingReturned"}, {"measurementId", measurementID}, {"saved", true},
+                            {"success", inFrontAfter.has_value()}};
+        EXPECT_EQ(h.host.events.back(), returned);
+    }
+}
+
+TEST(KindleCapture, HandsOffToTheKindleOfTheLastCaptureWhileItRuns) {
+    Harness h;
+    h.applications.add(502, "com.amazon.Lassen");
+    h.accessibility.applications[502] = h.kindle.application;
+    h.applications.frontmostPID = 502;
+    h.request();
+    for (const int32_t kindle : {502, Harness::kindlePID}) {
+        if (kindle == Harness::kindlePID) h.applications.terminate(502);
+        h.capture->returnToReading(std::nullopt, false);
+        EXPECT_EQ(h.applications.activations.back(), kindle);
+    }
+}
+
+// A return to reading supersedes a capture's hand-off, even with no Kindle left to return to,
+// and a newer return an older one.
+TEST(KindleCapture, OnlyTheNewestHandOffReports) {
+    Harness gone;
+    fromPanel(gone);
+    gone.activationTakes(std::nullopt);
+    gone.request(500ms);
+    gone.applications.terminate(Harness::kindlePID);
+    gone.capture->returnToReading(std::nullopt, false);
+    gone.queue.advance(5000ms);
+    EXPECT_EQ(gone.outcome(), "0 outcomes");
+
+    Harness h;
+    fromPanel(h);
+    h.activationTakes(std::nullopt);
+    h.request(500ms);
+    h.capture->returnToReading("a" + measurementID.substr(1), false);
+    EXPECT_FALSE(h.capture->captureHandoffInFlight());
+    h.queue.advance(1000ms);
+    h.activationTakes(100ms);
+    h.capture->returnToReading(measurementID, false);
+    h.queue.advance(5000ms);
+    EXPECT_EQ(h.host.calls, (Calls{"event: captureStarted", "invalidateSignIn", "invalidateSignIn", "orderOutPanel",
+                                   "event: readingReturned"}));
+    EXPECT_EQ(h.host.events.back()["measurementId"], measurementID);
+}
+
+TEST(KindleCapture, OnlyA64DigitLowerCaseHexIdentifierIsReported) {
+    Harness h;
+    h.capture->reportReadingReturn(measurementID, false, true);
+    std::string upper = measurementID;
+    std::transform(upper.begin(), upper.end(), upper.begin(), [](unsigned char c) { return std::toupper(c); });
+    for (const std::optional<std::string>& id : std::vector<std::optional<std::string>>{
+             std::nullopt, "", measurementID.substr(1), measurementID + "0", upper, measurementID.substr(1) + "g",
+             " " + measurementID.substr(1),
+             // Nothing may follow the 64 digits, not even a final line break.
+             measurementID + "\n", measurementID + "\r\n", measurementID + "\u2028", measurementID + "\u0085"}) {
+        h.capture->reportReadingReturn(id, false, true);
+        EXPECT_EQ(h.host.events.size(), 1u) << id.value_or("(none)");
+    }
+}
+
+TEST(KindleCapture, ReturnAfterSaveOnlyFromTheFocusedPanelWhileNothingRuns) {
+    const Calls returned{"invalidateSignIn", "orderOutPanel", "event: readingReturned"};
+    for (const auto& [why, knob, calls] : std::vector<std::tuple<const char*, Knob, Calls>>{
+             {"the panel focused", [](auto&) {}, returned},
+             {"another application active", [](auto& h) { h.host.active = false; }, {}},
+             {"the panel not the key window", [](auto& h) { h.host.panelKey = false; }, {}},
+             {"a capture running", [](auto& h) { h.background.runsAtOnce = false; h.request(0ms); }, {}},
+             {"a hand-off running", [](auto& h) { fromPanel(h); h.request(0ms); }, {}}}) {
+        Harness h;
+        knob(h);
+        h.host.calls.clear();
+        h.capture->returnAfterSave(measurementID);
+        EXPECT_EQ(h.host.calls, calls) << why;
+        if (!calls.empty()) EXPECT_EQ(h.host.events.back()["saved"], true) << why;
+    }
+}
+
+}  // namespace
+}  // namespace brisel
