@@ -21,7 +21,9 @@ using testing::FakeKindle;
 
 TEST(AccessibilityCopy, CopyIsAnEnabledButtonOrMenuItemLabelledExactly) {
     using Attributes = std::map<std::string, testing::FakeAXValue>;
-    const std::vector<std::tuple<Attributes, bool, bool>> rows = {  // attributes; Copy; and enabled
+    // The attributes, whether it is Copy, and an enabled one: either label counts and a blank one is
+    // skipped; "AXEnabled" must be a true number; the label must be exact, the role a control's.
+    const std::vector<std::tuple<Attributes, bool, bool>> rows = {
         {{{"AXRole", "AXMenuItem"}, {"AXTitle", "コピー"}, {"AXEnabled", 1.0}}, true, true},
         {{{"AXRole", "AXButton"}, {"AXTitle", "Copy"}, {"AXEnabled", 2.0}}, true, true},
         {{{"AXRole", "AXButton"}, {"AXDescription", "コピー"}, {"AXEnabled", 1.0}}, true, true},
