@@ -13,8 +13,7 @@
 namespace brisel::testing {
 
 // Records every Apple request; the test plays the platform's delegate calls.
-class FakeAppleSignIn final : public AppleSignInPort {
-public:
+struct FakeAppleSignIn final : AppleSignInPort {
     std::vector<AppleSignInRequest> requests;
     std::vector<std::function<void(AppleSignInOutcome)>> completions;
     int cancels = 0;
@@ -25,14 +24,11 @@ public:
     }
     void cancel() override { ++cancels; }
     // The credential Apple hands back for the request that `perform` received at `index`.
-    void succeed(size_t index = 0) {
-        completions.at(index)(AppleAuthorization{true, requests.at(index).state, "apple.identity.token"});
-    }
+    void succeed(size_t index = 0) { completions.at(index)(AppleAuthorization{true, requests.at(index).state, "apple.token"}); }
 };
 
 // Records Google calls; the test plays the library's completion.
-class FakeGoogleSignIn final : public GoogleSignInPort {
-public:
+struct FakeGoogleSignIn final : GoogleSignInPort {
     std::vector<GoogleConfiguration> configurations;
     std::vector<std::function<void(GoogleSignInOutcome)>> completions;
     std::vector<std::string> handledURLs;
@@ -41,10 +37,7 @@ public:
 
     void setConfiguration(const GoogleConfiguration& configuration) override { configurations.push_back(configuration); }
     void signIn(std::function<void(GoogleSignInOutcome)> completion) override { completions.push_back(std::move(completion)); }
-    bool handle(const std::string& url) override {
-        handledURLs.push_back(url);
-        return handleAnswer;
-    }
+    bool handle(const std::string& url) override { return handledURLs.push_back(url), handleAnswer; }
     void signOut() override { ++signOuts; }
     void succeed(size_t index = 0) { completions.at(index)({std::nullopt, "google.id.token", "google.access.token"}); }
 };
@@ -80,11 +73,9 @@ struct AuthHarness {
     explicit AuthHarness(bool withApple = true, bool withGoogle = true) {
         webView.url = "http://127.0.0.1:47831/";
         auth = std::make_unique<BriselNativeAuth>(
-            BriselNativeAuthPorts{
-                [this] { return webViewAlive ? WebViewReference{&webView, &nativeWebView} : WebViewReference(); },
-                configuration, withApple ? &apple : nullptr, withGoogle ? &google : nullptr,
-                [this] { return windowsLeft-- > 0; },
-                [this] { return "generation-" + std::to_string(++generations); }},
+            BriselNativeAuthPorts{[this] { return webViewAlive ? WebViewReference{&webView, &nativeWebView} : WebViewReference(); },
+                                  configuration, withApple ? &apple : nullptr, withGoogle ? &google : nullptr,
+                                  [this] { return windowsLeft-- > 0; }, [this] { return "generation-" + std::to_string(++generations); }},
             "http://127.0.0.1:47831");
     }
 
@@ -100,9 +91,7 @@ struct AuthHarness {
     // The details the bridge sent, as the result calls carry them.
     std::vector<nlohmann::json> results() const {
         std::vector<nlohmann::json> details;
-        for (const auto& call : webView.calls) {
-            if (call.functionBody == authResultScript) details.push_back(call.arguments.at("detail"));
-        }
+        for (const auto& call : webView.calls) details.push_back(call.arguments.at("detail"));
         return details;
     }
 };
