@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "fakes/temp_dir.h"
-#include "shortcuts/shortcut_settings.h"
 
 namespace brisel {
 namespace {
@@ -63,13 +62,6 @@ TEST(FileKeyValueStore, WhatIsNotARegularFileReadsAsNothingAndIsKept) {
     EXPECT_EQ(store.get(key), std::nullopt) << "a FIFO is refused without waiting";
     testing::writeFile(dir / "Brisel", "a file where the folder goes");
     EXPECT_FALSE(FileKeyValueStore(dir / "Brisel").set(key, "x"));
-}
-
-TEST(FileKeyValueStore, CarriesTheShortcutSettingsAcrossRuns) {
-    TempDir dir;
-    FileKeyValueStore store(dir / "Brisel");
-    BriselShortcutSettings(store).apply({{38, 0x1100}, {15, 0x0100}, {53, 0}});
-    EXPECT_EQ(BriselShortcutSettings(store).bindings().saveAndReturn, BriselKeyBinding({15, 0x0100}));
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "shortcuts/key_binding.h"
 
-#include <unordered_set>
-
 #include <gtest/gtest.h>
 
 #include "core/shortcut_fakes.h"
@@ -29,23 +27,15 @@ TEST(KeyBinding, FromAnEventKeepsTheKeyCodeAndOnlyTheFourModifiers) {
     }
 }
 
-TEST(KeyBinding, EqualBindingsHashEquallyAndOthersStayApartInASet) {
-    const std::hash<BriselKeyBinding> hash;
-    EXPECT_EQ(hash({K, cmd | opt}), hash({K, opt | cmd}));
-    EXPECT_NE(hash({K, cmd}), hash({K, cmd | opt}));
-    EXPECT_NE(hash({K, cmd}), hash({38, cmd}));
-    EXPECT_EQ((std::unordered_set<BriselKeyBinding>{{K, cmd}, {K, cmd | opt}, {38, cmd}, {K, cmd}}.size()), 3u);
-}
-
 TEST(KeyBinding, LabelAndPageValueFollowTheLayoutWhileTheCodeStaysThePhysicalKey) {
-    const FakeKeyboardLayout us = FakeKeyboardLayout::us(), azerty = FakeKeyboardLayout::frenchAzerty(), none;
-    FakeKeyboardLayout odd;
-    odd.typed = {{Return, u"x"}, {Space, u"y"}, {Esc, u"z"}, {38, u"xy"}, {37, u"L"}};
+    const FakeKeyboardLayout us = FakeKeyboardLayout::us(), none;
+    FakeKeyboardLayout odd;  // AZERTY's A on Q and é on 2, and what no layout can change
+    odd.typed = {{Q, u"a"}, {19, u"é"}, {Return, u"x"}, {Space, u"y"}, {Esc, u"z"}, {38, u"xy"}, {37, u"L"}};
     const struct { const FakeKeyboardLayout& layout; BriselKeyBinding binding; const char *code, *key, *label, *why; } rows[] = {
         {us, {0, ctrl | opt | shift | cmd}, "KeyA", "a", "⌃⌥⇧⌘A", "control, option, shift, command, then the key"},
         {us, {22, cmd}, "Digit6", "6", "⌘6", "key code 22 is the 6 (and 23 the 5)"},
-        {azerty, {Q, opt | cmd}, "KeyQ", "a", "⌥⌘A", "the layout names the key"},
-        {azerty, {19, cmd}, "Digit2", "é", "⌘É", "upper case beyond ASCII"},
+        {odd, {Q, opt | cmd}, "KeyQ", "a", "⌥⌘A", "the layout names the key"},
+        {odd, {19, cmd}, "Digit2", "é", "⌘É", "upper case beyond ASCII"},
         {odd, {Return, cmd}, "Enter", "Enter", "⌘Enter", "Return ignores the layout"},
         {odd, {Space, ctrl | shift}, "Space", " ", "⌃⇧Space", "Space ignores the layout"},
         {odd, {Esc, 0}, "Escape", "Escape", "Esc", "Escape ignores the layout"},
@@ -88,11 +78,9 @@ TEST(ShortcutValidation, EachRuleInItsOrder) {
         {Action::saveAndReturn, {29, cmd}, texts::reservedByMac, "⌘0"},
         {Action::saveAndReturn, {Space, cmd}, texts::reservedByMac, "⌘Space is Spotlight, before the Space rule"},
         {Action::saveAndReturn, {15, cmd}, nullptr, "⌘R is free"},
-        {Action::saveAndReturn, {18, cmd}, nullptr, "⌘1 is free"},
         {Action::saveAndReturn, {1, shift | cmd}, texts::reservedByMac, "⇧⌘S saves as"},
         {Action::saveAndReturn, {23, shift | cmd}, texts::reservedByMac, "⇧⌘5 takes screenshots"},
         {Action::saveAndReturn, {22, shift | cmd}, nullptr, "⇧⌘6 is free"},
-        {Action::saveAndReturn, {K, shift | cmd}, nullptr, "⇧⌘K is free"},
         {Action::capture, {Space, ctrl | opt}, texts::reservedForInputSwitching, "Space with other modifiers"},
         {Action::saveAndReturn, {Space, ctrl | cmd}, texts::reservedForInputSwitching, "before the screen lock"},
         {Action::saveAndReturn, {Q, ctrl | cmd}, texts::reservedForScreenLock, "⌃⌘Q locks the screen"},
@@ -103,17 +91,17 @@ TEST(ShortcutValidation, EachRuleInItsOrder) {
 }
 
 TEST(ShortcutValidation, TheWholeSetChecksEachBindingFirstThenDuplicates) {
-    const auto error = [](BriselKeyBinding capture, BriselKeyBinding save, BriselKeyBinding back) {
-        return BriselShortcutBindings{capture, save, back}.error();
-    };
     const BriselKeyBinding captureKey{K, opt | cmd}, saveKey{Return, cmd}, esc{Esc, 0};
-    EXPECT_EQ(error(captureKey, saveKey, esc), std::nullopt) << "the defaults";
-    EXPECT_EQ(error(saveKey, saveKey, esc), texts::captureNeedsSecondModifier) << "own error before the duplicate";
-    EXPECT_EQ(error(captureKey, {8, cmd}, {K, 0}), texts::reservedByMac) << "save is checked before return";
-    EXPECT_EQ(error(captureKey, saveKey, captureKey), texts::duplicateBinding) << "capture and return";
-    EXPECT_EQ(error({Return, opt | cmd}, {Return, opt | cmd}, esc), texts::duplicateBinding) << "capture and save";
-    EXPECT_EQ(error(captureKey, {K, cmd}, {K, cmd}), texts::duplicateBinding) << "save and return";
-    EXPECT_EQ(error(captureKey, {K, cmd}, {K, ctrl}), std::nullopt) << "one key under other modifiers";
+    const struct { BriselShortcutBindings bindings; const char *expected, *why; } rows[] = {
+        {{captureKey, saveKey, esc}, nullptr, "the defaults"},
+        {{saveKey, saveKey, esc}, texts::captureNeedsSecondModifier, "own error before the duplicate"},
+        {{captureKey, {8, cmd}, {K, 0}}, texts::reservedByMac, "save is checked before return"},
+        {{captureKey, saveKey, captureKey}, texts::duplicateBinding, "capture and return"},
+        {{{Return, opt | cmd}, {Return, opt | cmd}, esc}, texts::duplicateBinding, "capture and save"},
+        {{captureKey, {K, cmd}, {K, cmd}}, texts::duplicateBinding, "save and return"},
+        {{captureKey, {K, cmd}, {K, ctrl}}, nullptr, "one key under other modifiers"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(row.bindings.error(), message(row.expected)) << row.why;
 }
 
 }  // namespace

@@ -17,8 +17,7 @@
 namespace brisel::testing {
 
 // A layout as a table of key code to typed units; keys it does not list fail to translate.
-class FakeKeyboardLayout final : public KeyboardLayoutPort {
-public:
+struct FakeKeyboardLayout final : KeyboardLayoutPort {
     std::map<uint32_t, std::u16string> typed;
     std::u16string characters(uint32_t keyCode) const override {
         const auto found = typed.find(keyCode);
@@ -32,34 +31,21 @@ public:
         layout.typed[10] = u"§";
         return layout;
     }
-
-    // French AZERTY, as far as tests look: A and Q, Z and W swapped, "," on M, "é" on 2.
-    static FakeKeyboardLayout frenchAzerty() {
-        FakeKeyboardLayout layout = us();
-        for (const auto& [keyCode, typed] : std::map<uint32_t, std::u16string>{
-                 {12, u"a"}, {0, u"q"}, {13, u"z"}, {6, u"w"}, {46, u","}, {19, u"é"}}) {
-            layout.typed[keyCode] = typed;
-        }
-        return layout;
-    }
 };
 
-class FakeKeyValueStore final : public KeyValueStorePort {
-public:
+struct FakeKeyValueStore final : KeyValueStorePort {
     std::map<std::string, std::string> values;
     bool writesFail = false;
     int writes = 0;
 
     std::optional<std::string> get(const std::string& key) const override {
         const auto found = values.find(key);
-        if (found == values.end()) return std::nullopt;
-        return found->second;
+        return found == values.end() ? std::nullopt : std::optional(found->second);
     }
     bool set(const std::string& key, std::string_view bytes) override {
         ++writes;
-        if (writesFail) return false;
-        values[key] = std::string(bytes);
-        return true;
+        if (!writesFail) values[key] = std::string(bytes);
+        return !writesFail;
     }
 };
 
@@ -106,33 +92,17 @@ private:
     HotKeyRef nextRef_ = 100;
 };
 
-// The settings window: counts how often it was brought up, and over which settings.
-class FakeSettingsWindow final : public SettingsWindowPort {
-public:
+// The settings window counts how often it was brought up; the key-down monitor keeps the
+// handler it was given, empty once removed.
+struct FakeSettingsWindow final : SettingsWindowPort {
     int shows = 0;
-    BriselShortcutSettings* settings = nullptr;
-    void show(BriselShortcutSettings& shown) override {
-        ++shows;
-        settings = &shown;
-    }
+    void show(BriselShortcutSettings&) override { ++shows; }
 };
 
-// The key-down monitor; `press` plays a key-down through it and says whether it was swallowed.
-class FakeKeyRecorder final : public KeyRecorderPort {
-public:
+struct FakeKeyRecorder final : KeyRecorderPort {
     KeyDown keyDown;
-    int removals = 0;
-
     void install(KeyDown handler) override { keyDown = std::move(handler); }
-    void remove() override {
-        ++removals;
-        keyDown = nullptr;
-    }
-    bool installed() const { return keyDown != nullptr; }
-    bool press(const BriselKeyEvent& event, bool inSettingsWindow = true) {
-        auto handler = keyDown;  // the handler may remove itself, as AppKit allows
-        return handler(event, inSettingsWindow);
-    }
+    void remove() override { keyDown = nullptr; }
 };
 
 }  // namespace brisel::testing
