@@ -10,8 +10,7 @@ namespace brisel::testing {
 
 // The save panel as a sheet: records what it was asked to show and lets the test end it.
 // Like AppKit, cancelling a sheet runs its completion with no URL, from inside `cancelSheet`.
-class FakeSavePanel final : public SavePanelPort {
-public:
+struct FakeSavePanel final : SavePanelPort {
     bool presenter = true;
     bool completesWhenCancelled = true;
     std::vector<SaveSheetOptions> sheets;
@@ -28,10 +27,10 @@ public:
         if (completesWhenCancelled && !completions.empty()) completions.back()(std::nullopt);
     }
 
-    void choose(const std::filesystem::path& path, size_t sheet = SIZE_MAX) {
-        completions.at(sheet == SIZE_MAX ? completions.size() - 1 : sheet)(path);
+    // Ends the newest sheet, or the one begun at `sheet`, with the user's choice (none: dismissed).
+    void choose(std::optional<std::filesystem::path> path, size_t sheet = SIZE_MAX) {
+        completions.at(sheet == SIZE_MAX ? completions.size() - 1 : sheet)(std::move(path));
     }
-    void dismiss() { completions.back()(std::nullopt); }
 };
 
 }  // namespace brisel::testing
