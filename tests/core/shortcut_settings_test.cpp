@@ -41,18 +41,16 @@ protected:
 };
 
 TEST_F(ShortcutSettingsTest, ApplyValidatesThenLetsTheOwnerVetoThenStoresPublishesAndTells) {
-    EXPECT_FALSE(settings.apply({{40, 0x0100}, {36, 0x0100}, {53, 0}}));
-    EXPECT_EQ(settings.message(), texts::captureNeedsSecondModifier);
+    const auto tried = [&](const BriselShortcutBindings& bindings) { return settings.apply(bindings) ? "applied" : settings.message(); };
+    EXPECT_EQ(tried({{40, 0x0100}, {36, 0x0100}, {53, 0}}), texts::captureNeedsSecondModifier);
     veto = "taken";
-    EXPECT_FALSE(settings.apply(custom));
-    EXPECT_EQ(settings.message(), "taken");
+    EXPECT_EQ(tried(custom), "taken");
     veto.reset();
     store.writesFail = true;
-    EXPECT_FALSE(settings.apply(custom));
-    EXPECT_EQ(settings.message(), texts::saveFailed);
+    EXPECT_EQ(tried(custom), texts::saveFailed);
     EXPECT_EQ(settings.bindings(), BriselShortcutBindings{});
     store.writesFail = false;
-    EXPECT_TRUE(settings.apply(custom));
+    EXPECT_EQ(tried(custom), "applied");
     EXPECT_EQ(settings.bindings(), custom);
     EXPECT_EQ(calls, (Calls{"asked", "asked", "asked", std::string(texts::saved) + " stored"}));
 }
@@ -90,7 +88,6 @@ TEST_F(ShortcutSettingsTest, RestoreStoresTheDefaultsAndEndsRecordingOnlyWhenItT
     settings.begin(Action::capture);
     veto = "vetoed";
     settings.restore();
-    EXPECT_EQ(settings.recording(), Action::capture);
     veto.reset();
     settings.restore();
     EXPECT_EQ(calls, (Calls{"recording", "asked", "asked", std::string(texts::saved) + " stored", "idle"}));
