@@ -50,8 +50,7 @@ struct FakeKeyValueStore final : KeyValueStorePort {
 };
 
 // Hot keys as the event manager keeps them: a refused combination answers with an error status.
-class FakeHotKeys final : public HotKeyPort {
-public:
+struct FakeHotKeys final : HotKeyPort {
     using Combination = std::pair<uint32_t, uint32_t>;  // key code, Carbon modifiers
 
     int32_t installStatus = 0;
@@ -60,6 +59,7 @@ public:
     bool answersErrorWithRef = false;
     std::function<bool()> pressed;
     std::map<HotKeyRef, Combination> registered;
+    HotKeyRef nextRef = 100;
     std::vector<std::string> calls;
 
     int32_t installHandler(std::function<bool()> handler) override {
@@ -73,8 +73,8 @@ public:
         if (takenByOthers.count({keyCode, modifiers})) return {-9878, std::nullopt};  // eventHotKeyExistsErr
         if (answersWithoutRef) return {0, std::nullopt};
         if (answersErrorWithRef) return {-50, HotKeyRef{999}};
-        registered[nextRef_] = {keyCode, modifiers};
-        return {0, nextRef_++};
+        registered[nextRef] = {keyCode, modifiers};
+        return {0, nextRef++};
     }
     void unregisterHotKey(HotKeyRef ref) override {
         const auto [keyCode, modifiers] = registered.at(ref);
@@ -87,9 +87,6 @@ public:
         for (const auto& entry : registered) combinations.push_back(entry.second);
         return combinations;
     }
-
-private:
-    HotKeyRef nextRef_ = 100;
 };
 
 // The settings window counts how often it was brought up; the key-down monitor keeps the
