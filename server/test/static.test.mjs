@@ -18,19 +18,15 @@ const ROWS = [
   ['GET', '/console.css?v=1', 200, 'a query is no part of the path'],
   ['HEAD', '/console.css', 200, 'HEAD: the headers of GET and no body'],
   ['POST', '/', 405, 'only GET and HEAD'],
-  ['DELETE', '/api/status', 405, 'only GET and HEAD, on the API too'],
   ['GET', '/missing', 404, 'nothing there'],
-  ['GET', '/index.html/', 404, 'a file is no folder'],
   ['GET', '//console.js', 404, 'an empty segment'],
   ['GET', '/.hidden', 404, 'dotfiles'],
   ['GET', '/server.mjs', 404, 'the server\'s own files'],
-  ['GET', '/api/STATUS', 404, 'no other API path, case and all'],
-  ['GET', '/api/status/', 404, 'not even with a slash'],
+  ['GET', '/api/status/', 404, 'no other API path, not even with a slash'],
   ['GET', '/%252e%252e/server.mjs', 404, 'decoded once only'],
   ['GET', '/../server.mjs', 400, 'a dot segment'],
   ['GET', '/%2E%2E/server.mjs', 400, 'an encoded dot segment'],
   ['GET', '/..%2fserver.mjs', 400, 'an encoded slash'],
-  ['GET', '/..%5cserver.mjs', 400, 'an encoded backslash'],
   ['GET', '/..\\server.mjs', 400, 'a backslash'],
   ['GET', '/console.js%00.html', 400, 'an encoded NUL'],
   ['GET', '/%zz', 400, 'broken percent encoding'],
@@ -82,8 +78,7 @@ test('a symlink pointing out of the console folder, and a directory, are no file
   try {
     await once(server, 'listening');
     for (const target of ['/escape.txt', '/img', '/img/']) {
-      const answer = await request(server.address().port, target);
-      assert.deepEqual([answer.status, answer.body], [404, 'Not found\n'], target);
+      assert.deepEqual(await request(server.address().port, target).then((a) => [a.status, a.body]), [404, 'Not found\n'], target);
     }
   } finally {
     server.close();
