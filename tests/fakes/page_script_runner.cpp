@@ -17,9 +17,8 @@ using nlohmann::json;
 constexpr const char* harness = R"JS('use strict';
 const input = JSON.parse(require('fs').readFileSync(process.argv[2], 'utf8'));
 const report = { received: [], errors: [] };
-const describe = (error) => (error && error.name ? `${error.name}: ${error.message}` : String(error));
 const copy = (value) => (value === undefined ? null : JSON.parse(JSON.stringify(value)));
-process.on('uncaughtException', (error) => report.errors.push(describe(error)));
+process.on('uncaughtException', (error) => report.errors.push(String(error)));
 globalThis.window = Object.assign(new EventTarget(), { location: { origin: input.origin } });
 globalThis.location = window.location;
 for (const type of ['omvane:native', 'brisel:export-result', 'brisel:auth-result']) {
@@ -31,9 +30,7 @@ const AsyncFunction = (async () => {}).constructor;
     try {
       if (source !== undefined) require('vm').runInThisContext(source);
       else await new AsyncFunction(...Object.keys(values), functionBody)(...Object.values(values));
-    } catch (error) {
-      report.errors.push(describe(error));
-    }
+    } catch (error) { report.errors.push(String(error)); }
   }
   setImmediate(() => process.stdout.write(JSON.stringify({ ...report, lastNative: copy(window.__omvaneLastNative) })));
 })();
