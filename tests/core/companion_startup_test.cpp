@@ -36,7 +36,7 @@ TEST(CompanionStartup, EachServerSituationEndsInItsOutcomeAtItsTime) {
         SCOPED_TRACE(row.why);
         testing::CompanionHarness h;
         h.launcher.fails = row.launchFails;
-        if (row.filesMissing) std::filesystem::remove(h.resources() / "server/server.mjs");
+        if (row.filesMissing) std::filesystem::remove(h.resources / "server/server.mjs");
         h.http.answer = [&](auto&) -> std::optional<HttpResponse> {
             if (row.silentProbes < 0 || h.http.requests.size() <= size_t(row.silentProbes)) return std::nullopt;
             return testing::statusAnswer(row.answer);

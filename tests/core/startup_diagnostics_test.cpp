@@ -61,19 +61,14 @@ TEST_F(StartupDiagnosticsTest, WritesUpToExactly65536BytesAndOnlyWholeLines) {
 TEST_F(StartupDiagnosticsTest, RefusesAFolderOthersControlAndFollowsNoPlantedLink) {
     const fs::path victim = home / "victim", elsewhere = home / "elsewhere";
     const auto folderOf = [](const fs::path& f, mode_t mode) { return fs::create_directories(f) && ::chmod(f.c_str(), mode) == 0; };
-    const struct {
-        const char* why;
-        std::function<bool(const fs::path&)> plant;
-        bool keepsALog;
-    } rows[] = {
+    const auto linkIn = [&](const fs::path& f, const char* name) { return folderOf(f, 0700) && ::symlink(victim.c_str(), (f / name).c_str()) == 0; };
+    const struct { const char* why; std::function<bool(const fs::path&)> plant; bool keepsALog; } rows[] = {
         {"a folder others may read is refused, not repaired", [&](auto& f) { return folderOf(f, 0755); }, false},
         {"a folder of another user", [&](auto& f) { return folderOf(f, 0700) && ::chown(f.c_str(), 65534, 65534) == 0; }, false},
         {"a link in the folder's place, to a private folder",
          [&](auto& f) { return folderOf(elsewhere, 0700) && fs::create_directories(f.parent_path()) && ::symlink(elsewhere.c_str(), f.c_str()) == 0; }, false},
-        {"a link in the log's place is replaced, its target untouched",
-         [&](auto& f) { return folderOf(f, 0700) && ::symlink(victim.c_str(), (f / "startup.log").c_str()) == 0; }, true},
-        {"a link at a guessable temporary name",
-         [&](auto& f) { return folderOf(f, 0700) && ::symlink(victim.c_str(), (f / "startup.log.new").c_str()) == 0; }, true},
+        {"a link in the log's place is replaced, its target untouched", [&](auto& f) { return linkIn(f, "startup.log"); }, true},
+        {"a link at a guessable temporary name", [&](auto& f) { return linkIn(f, "startup.log.new"); }, true},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);

@@ -111,9 +111,8 @@ TEST(PosixProcessLauncher, TheChildInheritsNoDescriptorAndIsCollectedWhenItEnds)
     testing::TempDir dir;
     testing::writeFile(dir / "marker", "");
     const int marker = ::open((dir / "marker").c_str(), O_RDONLY);
-    const char* script = R"(const fs = require('fs'), out = process.argv[1];
-        const files = Object.fromEntries(fs.readdirSync('/proc/self/fd').map((fd) => {
-          try { return [fd, fs.readlinkSync('/proc/self/fd/' + fd)]; } catch { return [fd, '']; } }));
+    const char* script = R"(const fs = require('fs'), out = process.argv[1], fds = fs.readdirSync('/proc/self/fd');
+        const files = Object.fromEntries(fds.map((fd) => { try { return [fd, fs.readlinkSync(`/proc/self/fd/${fd}`)]; } catch { return [fd, '']; } }));
         fs.writeFileSync(out + '.part', JSON.stringify({ pid: process.pid, files }));
         fs.renameSync(out + '.part', out);)";
     const auto child = PosixProcessLauncher().launch({BRISEL_NODE, {"-e", script, (dir / "seen").string()}, dir.path().string(), {}});
