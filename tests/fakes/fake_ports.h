@@ -20,18 +20,16 @@ namespace brisel::testing {
 // only when its time-out ends it, as with a listener that never says a word.
 class FakeHttpClient final : public HttpClient {
 public:
-    explicit FakeHttpClient(MainQueue& queue) : queue_(queue) {}
+    explicit FakeHttpClient(MainQueue& mainQueue) : queue(mainQueue) {}
+    MainQueue& queue;
     std::function<std::optional<HttpResponse>(const std::string&)> answer = [](auto&) { return std::nullopt; };
     std::vector<std::string> requests;
 
     void get(const std::string& url, Duration timeout, std::function<void(std::optional<HttpResponse>)> completion) override {
         requests.push_back(url);
         auto response = answer(url);
-        queue_.postAfter(response ? Duration(0) : timeout, [=] { completion(response); });
+        queue.postAfter(response ? Duration(0) : timeout, [=] { completion(response); });
     }
-
-private:
-    MainQueue& queue_;
 };
 
 // Records each launch; the one server it pretends to start runs until terminated.
