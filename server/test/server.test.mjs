@@ -41,14 +41,13 @@ test('a start that cannot listen ends with status 1 and one line on stderr', { t
   await once(holder, 'listening');
   const held = String(holder.address().port);
   const rows = [
-    ['server.mjs', held, /^brisel page server \(local\): cannot listen on 127\.0\.0\.1:\d+: .*EADDRINUSE/, 'a port in use'],
-    ['desktop-server.mjs', 'eighty', /^brisel page server \(cloud\): cannot start: PORT must be a number .*"eighty"/, 'no port'],
+    ['server.mjs', held, /^brisel page server \(local\): cannot listen on 127\.0\.0\.1:\d+: [^\n]*EADDRINUSE[^\n]*\n$/, 'a port in use'],
+    ['desktop-server.mjs', 'eighty', /^brisel page server \(cloud\): cannot start: PORT must be a number [^\n]*"eighty"[^\n]*\n$/, 'no port'],
   ];
-  for (const [script, port, line, why] of rows) {
+  for (const [script, port, line, why] of rows) {  // one line on stderr, nothing on stdout
     const server = spawnServer(script, { HOST: '127.0.0.1', PORT: port });
     assert.deepEqual([await server.closed, server.output.stdout], [{ code: 1, signal: null }, ''], why);
     assert.match(server.output.stderr, line, why);
-    assert.match(server.output.stderr, /^[^\n]+\n$/, `${why}: one line`);
   }
   holder.close();
 });
@@ -60,8 +59,7 @@ for (const signal of ['SIGTERM', 'SIGINT']) {
     try {
       assert.equal((await request(server.port, '/api/status', { agent })).status, 200);
       server.child.kill(signal);
-      assert.deepEqual(await server.closed, { code: 0, signal: null });
-      assert.equal(server.output.stderr, '');
+      assert.deepEqual([await server.closed, server.output.stderr], [{ code: 0, signal: null }, '']);
       await assert.rejects(request(server.port, '/api/status'), { code: 'ECONNREFUSED' });
     } finally {
       agent.destroy();
