@@ -1,6 +1,5 @@
 #pragma once
 // What every fuzz target shares: its input as text, and a check that stops the run with a reason.
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

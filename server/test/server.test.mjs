@@ -7,25 +7,18 @@ import { test } from 'node:test';
 import { listenAddress } from '../lib/page-server.mjs';
 import { request, spawnServer, startServer } from './harness.mjs';
 
-const LOCAL_STATUS = {
-  provider: 'codex',
-  version: 2,
-  capabilities: ['explicit-save', 'knowledge-notes', 'note-suggestions', 'note-context', 'semantic-relations', 'privacy-minimal-v1'],
-};
+const LOCAL_STATUS = { provider: 'codex', version: 2,
+  capabilities: ['explicit-save', 'knowledge-notes', 'note-suggestions', 'note-context', 'semantic-relations', 'privacy-minimal-v1'] };
 const CLOUD_STATUS = { provider: 'openai', version: 3, storage: 'cloud', capabilities: ['desktop-cloud-runtime'] };
 
 test('each mode answers its exact payload, never cached, whatever the query', { timeout: 15000 }, async () => {
   for (const [script, expected] of [['server.mjs', LOCAL_STATUS], ['desktop-server.mjs', CLOUD_STATUS]]) {
     const server = await startServer(script);
     try {
-      for (const path of ['/api/status', '/api/status?probe=1']) {
-        const answer = await request(server.port, path);
-        assert.equal(answer.status, 200, path);
-        assert.match(answer.headers['content-type'], /^application\/json\b/);
-        assert.equal(answer.headers['cache-control'], 'no-store');
-        assert.deepEqual(JSON.parse(answer.body), expected);
-        assert.match(answer.body, new RegExp(`"version":${expected.version}[,}]`), 'an integer, as the probe requires');
-      }
+      const answer = await request(server.port, '/api/status?probe=1');
+      assert.deepEqual([answer.status, answer.headers['cache-control'], JSON.parse(answer.body)], [200, 'no-store', expected], script);
+      assert.match(answer.headers['content-type'], /^application\/json\b/);
+      assert.match(answer.body, new RegExp(`"version":${expected.version}[,}]`), 'an integer, as the probe requires');
     } finally {
       await server.stop();
     }
@@ -36,14 +29,11 @@ test('HOST and PORT from the environment, unset or empty meaning the product\'s 
   const rows = [
     [{}, { host: '127.0.0.1', port: 47831 }, 'unset'],
     [{ HOST: '', PORT: '' }, { host: '127.0.0.1', port: 47831 }, 'empty'],
-    [{ HOST: '::1', PORT: '5173' }, { host: '::1', port: 5173 }, 'both given'],
-    [{ PORT: '0' }, { host: '127.0.0.1', port: 0 }, 'the lowest port: any free one'],
+    [{ HOST: '::1', PORT: '0' }, { host: '::1', port: 0 }, 'the lowest port: any free one'],
     [{ PORT: '65535' }, { host: '127.0.0.1', port: 65535 }, 'the highest port'],
   ];
   for (const [env, address, why] of rows) assert.deepEqual(listenAddress(env), address, why);
-  for (const port of ['65536', '123456', 'abc', '-1', '80.5', ' 80', '0x50']) {
-    assert.throws(() => listenAddress({ PORT: port }), /PORT must be a number/, port);
-  }
+  for (const port of ['65536', 'abc', '-1', '80.5', ' 80', '0x50']) assert.throws(() => listenAddress({ PORT: port }), /PORT must be a number/, port);
 });
 
 test('a start that cannot listen ends with status 1 and one line on stderr', { timeout: 15000 }, async () => {
@@ -51,16 +41,13 @@ test('a start that cannot listen ends with status 1 and one line on stderr', { t
   await once(holder, 'listening');
   const held = String(holder.address().port);
   const rows = [
-    ['server.mjs', held, /^brisel page server \(local\): cannot listen on 127\.0\.0\.1:\d+: .*EADDRINUSE/, 'a port in use'],
-    ['desktop-server.mjs', held, /^brisel page server \(cloud\): cannot listen on/, 'the same in cloud mode'],
-    ['server.mjs', 'eighty', /^brisel page server \(local\): cannot start: PORT must be a number .*"eighty"/, 'no port'],
+    ['server.mjs', held, /^brisel page server \(local\): cannot listen on 127\.0\.0\.1:\d+: [^\n]*EADDRINUSE[^\n]*\n$/, 'a port in use'],
+    ['desktop-server.mjs', 'eighty', /^brisel page server \(cloud\): cannot start: PORT must be a number [^\n]*"eighty"[^\n]*\n$/, 'no port'],
   ];
-  for (const [script, port, line, why] of rows) {
+  for (const [script, port, line, why] of rows) {  // one line on stderr, nothing on stdout
     const server = spawnServer(script, { HOST: '127.0.0.1', PORT: port });
-    assert.deepEqual(await server.closed, { code: 1, signal: null }, why);
-    assert.equal(server.output.stdout, '', why);
+    assert.deepEqual([await server.closed, server.output.stdout], [{ code: 1, signal: null }, ''], why);
     assert.match(server.output.stderr, line, why);
-    assert.match(server.output.stderr, /^[^\n]+\n$/, `${why}: one line`);
   }
   holder.close();
 });
@@ -72,8 +59,7 @@ for (const signal of ['SIGTERM', 'SIGINT']) {
     try {
       assert.equal((await request(server.port, '/api/status', { agent })).status, 200);
       server.child.kill(signal);
-      assert.deepEqual(await server.closed, { code: 0, signal: null });
-      assert.equal(server.output.stderr, '');
+      assert.deepEqual([await server.closed, server.output.stderr], [{ code: 0, signal: null }, '']);
       await assert.rejects(request(server.port, '/api/status'), { code: 'ECONNREFUSED' });
     } finally {
       agent.destroy();

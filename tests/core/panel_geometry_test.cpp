@@ -5,7 +5,7 @@
 namespace brisel {
 namespace {
 
-// The companion's own tests see the usual frames on a 1440 × 900 screen; here are the edges.
+// The edges of the panel's frames; the shell's end-to-end test sees the usual ones.
 TEST(PanelGeometry, FramesShrinkToSmallScreensAndStayInsideSixteenPointMargins) {
     const Screen left{{0, 0, 1440, 900}, {0, 0, 1440, 875}};
     const Screen narrow{{0, 0, 400, 600}, {0, 0, 400, 600}};

@@ -27,7 +27,8 @@ protected:
     Clock::time_point now{};
 };
 
-TEST_F(StartupDiagnosticsTest, WritesOneSortedLinePerEventWithItsOwnKeysAndDropsWhatCannotBeSerialised) {
+TEST_F(StartupDiagnosticsTest, EmptiesThePreviousRunAndWritesOneSortedLinePerEventInAPrivateFileForSixtySeconds) {
+    open().write("previous-run");
     auto log = open();
     now += std::chrono::microseconds(1'999'999);
     log.write("launch", {{"pid", 4242}, {"event", "forged"}, {"elapsedMs", -1}, {"alpha", true}});
@@ -39,6 +40,9 @@ TEST_F(StartupDiagnosticsTest, WritesOneSortedLinePerEventWithItsOwnKeysAndDrops
     log.write("at-60-seconds");
     EXPECT_EQ(readFile(logFile()), "{\"alpha\":true,\"elapsedMs\":1999,\"event\":\"launch\",\"pid\":4242}\n"
                                    "{\"elapsedMs\":59999,\"event\":\"last\"}\n");
+    EXPECT_EQ(fs::status(folder()).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(fs::status(logFile()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder()), {}), 1) << "no temporary file is left";
 }
 
 TEST_F(StartupDiagnosticsTest, WritesUpToExactly65536BytesAndOnlyWholeLines) {
@@ -53,33 +57,18 @@ TEST_F(StartupDiagnosticsTest, WritesUpToExactly65536BytesAndOnlyWholeLines) {
     EXPECT_EQ(padded(40), 65'536u);
 }
 
-TEST_F(StartupDiagnosticsTest, MakesAPrivateFolderAndFileAndEmptiesThePreviousRun) {
-    open().write("previous-run");
-    auto log = open();
-    EXPECT_EQ(readFile(logFile()), "");
-    EXPECT_EQ(fs::status(folder()).permissions(), fs::perms::owner_all);
-    EXPECT_EQ(fs::status(logFile()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder()), {}), 1) << "no temporary file is left";
-}
-
 // A log is kept only where nobody else can swap it for a link, and no planted link is followed.
 TEST_F(StartupDiagnosticsTest, RefusesAFolderOthersControlAndFollowsNoPlantedLink) {
     const fs::path victim = home / "victim", elsewhere = home / "elsewhere";
     const auto folderOf = [](const fs::path& f, mode_t mode) { return fs::create_directories(f) && ::chmod(f.c_str(), mode) == 0; };
-    const struct {
-        const char* why;
-        std::function<bool(const fs::path&)> plant;
-        bool keepsALog;
-    } rows[] = {
+    const auto linkIn = [&](const fs::path& f, const char* name) { return folderOf(f, 0700) && ::symlink(victim.c_str(), (f / name).c_str()) == 0; };
+    const struct { const char* why; std::function<bool(const fs::path&)> plant; bool keepsALog; } rows[] = {
         {"a folder others may read is refused, not repaired", [&](auto& f) { return folderOf(f, 0755); }, false},
         {"a folder of another user", [&](auto& f) { return folderOf(f, 0700) && ::chown(f.c_str(), 65534, 65534) == 0; }, false},
         {"a link in the folder's place, to a private folder",
          [&](auto& f) { return folderOf(elsewhere, 0700) && fs::create_directories(f.parent_path()) && ::symlink(elsewhere.c_str(), f.c_str()) == 0; }, false},
-        {"a file where a folder must be", [](auto& f) { testing::writeFile(f.parent_path(), "a file"); return true; }, false},
-        {"a link in the log's place is replaced, its target untouched",
-         [&](auto& f) { return folderOf(f, 0700) && ::symlink(victim.c_str(), (f / "startup.log").c_str()) == 0; }, true},
-        {"a link at a guessable temporary name",
-         [&](auto& f) { return folderOf(f, 0700) && ::symlink(victim.c_str(), (f / "startup.log.new").c_str()) == 0; }, true},
+        {"a link in the log's place is replaced, its target untouched", [&](auto& f) { return linkIn(f, "startup.log"); }, true},
+        {"a link at a guessable temporary name", [&](auto& f) { return linkIn(f, "startup.log.new"); }, true},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);

@@ -55,17 +55,17 @@ struct CompanionHarness : FakeDesktop {
     FakeHttpClient http{queue};
     FakeProcessLauncher launcher;
     TempDir home;
+    const std::filesystem::path resources = home / "Brisel/Contents/Resources";
     std::unique_ptr<Companion> companion;
 
     CompanionHarness() {
         writeFile(home / "Brisel/Contents/MacOS/node", "");
         std::filesystem::permissions(home / "Brisel/Contents/MacOS/node", std::filesystem::perms::owner_all);
-        writeFile(home / "Brisel/Contents/Resources/server/server.mjs", "");
+        writeFile(resources / "server/server.mjs", "");
     }
-    std::filesystem::path resources() const { return home / "Brisel/Contents/Resources"; }
 
     Companion& launch(CompanionSettings settings = {}) {
-        settings.resources = resources();
+        settings.resources = resources;
         settings.logFolder = home / "logs";
         settings.processID = 4242;
         companion = std::make_unique<Companion>(ports(queue, http, launcher), std::move(settings));

@@ -16,10 +16,9 @@ using nlohmann::json;
 // part of this harness; the report goes to standard output as one JSON text.
 constexpr const char* harness = R"JS('use strict';
 const input = JSON.parse(require('fs').readFileSync(process.argv[2], 'utf8'));
-const report = { received: [], scriptErrors: [], listenerErrors: [] };
-const describe = (error) => (error && error.name ? `${error.name}: ${error.message}` : String(error));
+const report = { received: [], errors: [] };
 const copy = (value) => (value === undefined ? null : JSON.parse(JSON.stringify(value)));
-process.on('uncaughtException', (error) => report.listenerErrors.push(describe(error)));
+process.on('uncaughtException', (error) => report.errors.push(String(error)));
 globalThis.window = Object.assign(new EventTarget(), { location: { origin: input.origin } });
 globalThis.location = window.location;
 for (const type of ['omvane:native', 'brisel:export-result', 'brisel:auth-result']) {
@@ -31,10 +30,7 @@ const AsyncFunction = (async () => {}).constructor;
     try {
       if (source !== undefined) require('vm').runInThisContext(source);
       else await new AsyncFunction(...Object.keys(values), functionBody)(...Object.values(values));
-      report.scriptErrors.push(null);
-    } catch (error) {
-      report.scriptErrors.push(describe(error));
-    }
+    } catch (error) { report.errors.push(String(error)); }
   }
   setImmediate(() => process.stdout.write(JSON.stringify({ ...report, lastNative: copy(window.__omvaneLastNative) })));
 })();
@@ -57,10 +53,7 @@ PageRun runPage(const json& steps, const PageSetup& setup) {
     run.ran = true;
     run.received = report["received"];
     run.lastNative = report["lastNative"];
-    for (const auto& error : report["scriptErrors"]) {
-        run.scriptErrors.push_back(error.is_string() ? std::optional(error.get<std::string>()) : std::nullopt);
-    }
-    for (const auto& error : report["listenerErrors"]) run.failure += "listener error: " + error.get<std::string>() + "; ";
+    for (const auto& error : report["errors"]) run.failure += error.get<std::string>() + "; ";
     return run;
 }
 
@@ -80,9 +73,7 @@ PageRun runPageCalls(const std::vector<AsyncCall>& calls, const PageSetup& setup
 
 std::vector<nlohmann::json> PageRun::details(const std::string& type) const {
     std::vector<json> found;
-    for (const auto& event : received) {
-        if (event["type"] == type) found.push_back(event["detail"]);
-    }
+    for (const auto& event : received) if (event["type"] == type) found.push_back(event["detail"]);
     return found;
 }
 

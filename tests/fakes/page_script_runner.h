@@ -20,10 +20,9 @@ struct PageSetup {
 
 struct PageRun {
     bool ran = false;     // node ran the page and reported back
-    std::string failure;  // why not, or what a listener threw
-    nlohmann::json received = nlohmann::json::array();     // [{"type", "detail"}] in arrival order
-    std::vector<std::optional<std::string>> scriptErrors;  // per script or call: what it threw
-    nlohmann::json lastNative;                             // window.__omvaneLastNative at the end
+    std::string failure;  // why not, or what a script or listener threw
+    nlohmann::json received = nlohmann::json::array();  // [{"type", "detail"}] in arrival order
+    nlohmann::json lastNative;                          // window.__omvaneLastNative at the end
 
     std::vector<nlohmann::json> details(const std::string& type) const;  // of the events `type`
 };

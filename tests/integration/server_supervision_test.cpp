@@ -35,36 +35,29 @@ public:
 
 // A loopback port that nobody serves: free, or held by a listener that never says a word.
 struct LoopbackPort {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    int number = 0;
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0), number = 0;
     explicit LoopbackPort(bool silentListener) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
         socklen_t length = sizeof address;
         ::bind(fd, reinterpret_cast<sockaddr*>(&address), length);
         ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
         number = ntohs(address.sin_port);
-        if (silentListener) ::listen(fd, 64);
-        else ::close(std::exchange(fd, -1));
+        silentListener ? ::listen(fd, 64) : ::close(std::exchange(fd, -1));
     }
     ~LoopbackPort() { ::close(fd); }
 };
 
+// A bundle whose runtime is this machine's node and whose scripts are the repository's.
 class ServerSupervisionTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        // A bundle whose runtime is this machine's node and whose scripts are the repository's.
         testing::writeFile(home / "Resources/runtime-mode.txt", "external-development\n");
         testing::writeFile(home / "Resources/node-path.txt", BRISEL_NODE);
         fs::create_directory_symlink(fs::path(BRISEL_SOURCE_DIR) / "server", home / "Resources/server");
     }
     Companion& make(int port) {
-        CompanionSettings settings;
-        settings.localURL = "http://127.0.0.1:" + std::to_string(port);
-        settings.resources = home / "Resources";
-        settings.logFolder = home / "logs";
-        settings.environment = currentEnvironment();
+        CompanionSettings settings{.localURL = "http://127.0.0.1:" + std::to_string(port), .resources = home / "Resources",
+                                   .logFolder = home / "logs", .environment = currentEnvironment()};
         settings.environment["NODE_OPTIONS"] = "--require /nonexistent/preload.js";  // would stop node
         companion = std::make_unique<Companion>(desktop.ports(queue, http, launcher), settings);
         return *companion;
@@ -118,17 +111,13 @@ TEST(PosixProcessLauncher, TheChildInheritsNoDescriptorAndIsCollectedWhenItEnds)
     testing::TempDir dir;
     testing::writeFile(dir / "marker", "");
     const int marker = ::open((dir / "marker").c_str(), O_RDONLY);
-    const char* script = R"(const fs = require('fs'), out = process.argv[1];
-        const files = Object.fromEntries(fs.readdirSync('/proc/self/fd').map((fd) => {
-          try { return [fd, fs.readlinkSync('/proc/self/fd/' + fd)]; } catch { return [fd, '']; } }));
+    const char* script = R"(const fs = require('fs'), out = process.argv[1], fds = fs.readdirSync('/proc/self/fd');
+        const files = Object.fromEntries(fds.map((fd) => { try { return [fd, fs.readlinkSync(`/proc/self/fd/${fd}`)]; } catch { return [fd, '']; } }));
         fs.writeFileSync(out + '.part', JSON.stringify({ pid: process.pid, files }));
         fs.renameSync(out + '.part', out);)";
     const auto child = PosixProcessLauncher().launch({BRISEL_NODE, {"-e", script, (dir / "seen").string()}, dir.path().string(), {}});
     ::close(marker);
-    const auto eventually = [](const std::function<bool()>& condition) {
-        RealTimeQueue waiting;
-        return waiting.runUntil(condition, 20s);
-    };
+    const auto eventually = [](const std::function<bool()>& condition) { return RealTimeQueue().runUntil(condition, 20s); };
     ASSERT_TRUE(child && eventually([&] { return fs::exists(dir / "seen"); }));
     const auto seen = nlohmann::json::parse(testing::readFile(dir / "seen"));
     for (const auto& [fd, file] : seen["files"].items()) EXPECT_NE(file, (dir / "marker").string()) << "descriptor " << fd;
