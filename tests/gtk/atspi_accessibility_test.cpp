@@ -9,7 +9,7 @@
 #include "atspi_accessibility.h"
 #include "capture/accessibility_copy.h"
 #include "gtk/child_process.h"
-#include "gtk/eventually.h"
+#include "gtk/main_loop.h"
 #include "worker_queue.h"
 
 namespace brisel::gtk {
@@ -42,7 +42,7 @@ protected:
     // The reader's application element, once it has registered with the bus.
     AccessibilityElement readerApplication() {
         AccessibilityElement application;
-        testing::eventually([&] { return bool(application = accessibility.applicationElement(reader->pid())); });
+        main_loop::runUntil([&] { return bool(application = accessibility.applicationElement(reader->pid())); }, 10000);
         return application;
     }
 

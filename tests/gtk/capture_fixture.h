@@ -12,7 +12,6 @@
 #include "app/product.h"
 #include "desktop_applications.h"
 #include "gtk/child_process.h"
-#include "gtk/eventually.h"
 #include "gtk/kindle_stand_in.h"
 #include "gtk/other_app.h"
 
@@ -35,7 +34,7 @@ protected:
             std::vector<std::string>{"env", "DISPLAY=:65535", (*otherDesktop / kindleBundleID).string(), "600"});
         kindle = std::make_unique<ChildProcess>(std::vector<std::string>{BRISEL_KINDLE_STAND_IN});
         // Once the window manager runs, it brings the stand-in forward.
-        ASSERT_TRUE(eventually(bringKindleForward));
+        ASSERT_TRUE(main_loop::runUntil(bringKindleForward, 10000));
     }
     static void TearDownTestSuite() {
         kindle.reset();

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "gtk/main_loop.h"
+
 namespace brisel::gtk::testing {
 
 // A program a test starts, its input and output on pipes, killed at the end; waiting on it runs the
@@ -51,12 +53,7 @@ public:
     }
     // Whether it ended by itself within `limit`.
     bool exits(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-        for (const auto deadline = std::chrono::steady_clock::now() + limit; std::chrono::steady_clock::now() < deadline;) {
-            if (waitpid(pid_, nullptr, WNOHANG) == pid_) return pid_ = 0, true;
-            g_main_context_iteration(nullptr, FALSE);
-            g_usleep(5000);
-        }
-        return false;
+        return main_loop::runUntil([&] { return pid_ == 0 || (waitpid(pid_, nullptr, WNOHANG) == pid_ && (pid_ = 0, true)); }, guint(limit.count()));
     }
     void stop() {
         if (pid_ > 0) kill(pid_, SIGKILL), waitpid(std::exchange(pid_, 0), nullptr, 0);
@@ -69,15 +66,11 @@ private:
     // Waits for more output, for at most `limit`; false when none came or the pipe closed.
     bool readMore(std::chrono::milliseconds limit) {
         pollfd readable{output_, POLLIN, 0};
-        for (const auto deadline = std::chrono::steady_clock::now() + limit; std::chrono::steady_clock::now() < deadline;) {
-            g_main_context_iteration(nullptr, FALSE);
-            if (poll(&readable, 1, 5) <= 0) continue;
-            char chunk[4096];
-            const ssize_t count = read(output_, chunk, sizeof chunk);
-            if (count > 0) buffer_.append(chunk, static_cast<size_t>(count));
-            return count > 0;
-        }
-        return false;
+        if (!main_loop::runUntil([&] { return poll(&readable, 1, 0) > 0; }, guint(limit.count()))) return false;
+        char chunk[4096];
+        const ssize_t count = read(output_, chunk, sizeof chunk);
+        if (count > 0) buffer_.append(chunk, static_cast<size_t>(count));
+        return count > 0;
     }
 
     GPid pid_ = 0;
