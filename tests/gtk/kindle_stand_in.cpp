@@ -1,9 +1,9 @@
 // Kindle, as the capture tests need it: built as "com.amazon.Lassen", the name the Linux shell
 // knows Kindle by. A window "Kindle" shows a passage and an enabled "コピー" button, whose press
 // (over AT-SPI, say) puts the passage and a citation on the clipboard. It prints "copied
-// MICROSECONDS" after each copy, from the press to X confirming the clipboard is its own. Lines
-// "KNOB VALUE" on standard input set what the next presses do, each answered with "ok"; "reset"
-// sets every knob back to its first value:
+// MICROSECONDS" after each copy, from the press to X confirming the clipboard is its own. Each line
+// "KNOB VALUE ..." on standard input sets what the next presses do, every knob it does not name
+// back to its first value, and is answered with "ok":
 //   citation kindle|foreign   Kindle's citation, or one Kindle never writes
 //   passage short|long        the passage of kindle_stand_in.h, or one over 240 scalars
 //   delay MS                  copy MS milliseconds after the press
@@ -103,13 +103,11 @@ gboolean readCommand(GIOChannel* input, GIOCondition, gpointer) {
     }
     std::istringstream words(line);
     g_free(line);
+    knobs = firstValues;
     std::string knob, value;
-    words >> knob >> value;
-    const bool known = knob == "reset" || knobs.contains(knob);
-    if (knob == "reset") knobs = firstValues;
-    if (knob != "reset" && known) knobs[knob] = value;
+    while (words >> knob >> value && knobs.contains(knob)) knobs[knob] = value;
     showCopyButton();
-    say(known ? "ok" : "unknown: " + knob);
+    say(words.eof() ? "ok" : "unknown: " + knob);
     return G_SOURCE_CONTINUE;
 }
 
