@@ -37,14 +37,9 @@ GtkWidget* chooserShown() {
 TEST_F(ShellEndToEnd, PageRequestsReachTheShellAndTheAnswersReachThePage) {
     EXPECT_EQ(page("window.briselNativePlatform"), "linux");
 
-    // Kindle does not run here: the capture ends in its own refusal.
-    click("action-capture");
-    ASSERT_TRUE(waitFor([&] { return statusErrors().size(); }, 1));
-    EXPECT_EQ(statusErrors().back(), capture_texts::selectInKindle);
-
     // Neither sign-in exists in this build.
     click("auth-google");
-    ASSERT_TRUE(waitFor([&] { return received("brisel:auth-result").size(); }, 1));
+    ASSERT_TRUE(main_loop::runUntil([&] { return !received("brisel:auth-result").empty(); }, 10000));
     EXPECT_EQ(received("brisel:auth-result").back()["error"], "unconfigured");
 
     // The whole window, header bar included, stands on the frames core gives the panel.
@@ -78,14 +73,14 @@ TEST_F(ShellEndToEnd, TheReadingStripAndTheExportThroughTheFileChooserSpeakWithT
     ASSERT_TRUE(main_loop::runUntil([&] { return gtk_widget_get_allocated_width(save) == width; }))
         << gtk_widget_get_allocated_width(save) << " wide, not " << width;
     gtk_button_clicked(GTK_BUTTON(save));
-    ASSERT_TRUE(waitFor([&] { return received("omvane:native", "saveAndReturnRequested").size(); }, 1));
+    ASSERT_TRUE(main_loop::runUntil([&] { return !received("omvane:native", "saveAndReturnRequested").empty(); }, 10000));
     EXPECT_EQ(received("omvane:native", "saveAndReturnRequested").back()["controlId"], "console-note-1");
 
     // The sheet, asked for by the page and cancelled by it.
     click("export-send");
     ASSERT_TRUE(main_loop::runUntil([&] { return chooserShown(); }));
     click("export-cancel");
-    ASSERT_TRUE(waitFor([&] { return received("brisel:export-result").size(); }, 1));
+    ASSERT_TRUE(main_loop::runUntil([&] { return !received("brisel:export-result").empty(); }, 10000));
     EXPECT_EQ(received("brisel:export-result").back()["status"], "canceled");
     EXPECT_FALSE(chooserShown());
 
@@ -109,7 +104,7 @@ TEST_F(ShellEndToEnd, TheReadingStripAndTheExportThroughTheFileChooserSpeakWithT
         return filename && chosen == filename.get();
     }));
     gtk_dialog_response(GTK_DIALOG(dialog), GTK_RESPONSE_ACCEPT);
-    ASSERT_TRUE(waitFor([&] { return received("brisel:export-result").size(); }, 2));
+    ASSERT_TRUE(main_loop::runUntil([&] { return received("brisel:export-result").size() >= 2; }, 10000));
     EXPECT_EQ(received("brisel:export-result").back()["status"], "saved");
     std::stringstream archive;
     archive << std::ifstream(chosen, std::ios::binary).rdbuf();
@@ -138,7 +133,7 @@ TEST_F(ShellEndToEnd, ACaptureKeyRecordedInTheSettingsWindowIsSavedAndGrabbedOnT
     // The old combination no longer captures, the new one does (a capture by the old would come first).
     typeOnKeyboard({XK_Control_L, XK_Alt_L}, 40);
     typeOnKeyboard({XK_Control_L, XK_Shift_L}, 8);
-    ASSERT_TRUE(waitFor([&] { return statusErrors().size(); }, 1));
+    ASSERT_TRUE(main_loop::runUntil([&] { return !statusErrors().empty(); }, 10000));
     EXPECT_EQ(statusErrors(), std::vector<std::string>{capture_texts::selectInKindle});
 }
 

@@ -11,7 +11,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -104,8 +103,6 @@ protected:
         return page("window.briselConsole.events.filter(e => e.detail?.type === 'status' && 'error' in e.detail)"
                     ".map(e => e.detail.error)");
     }
-    // Waits (on events, at most ten seconds) until `count` reaches `expected`.
-    static bool waitFor(const std::function<size_t()>& count, size_t expected) { return main_loop::runUntil([&] { return count() >= expected; }, 10000); }
 };
 
 }  // namespace brisel::gtk::testing
