@@ -1,11 +1,11 @@
-// Another application for the shell's tests, a separate GTK program. As "window", a window
-// "Reader" with a menu bar (Edit > Copy) and a Copy button, printing "active" once it has the
-// focus and "pressed" per click. As an owner of the clipboard, printing "owned" once it owns it
-// and ending when it loses it: "own [odd]" with the targets of other_app.h (and odd ones),
-// "own-large MB" with an image of MB megabytes, "copy TEXT" with TEXT, "hostile HOW" misbehaving
-// (see hostile()). As "manager", a clipboard manager that prints "managing" and, asked to
-// SAVE_TARGETS, copies the clipboard and takes it over. As "read TARGET", writes the type the
-// owner answers TARGET in, on a line, then the data; fails when nothing comes.
+// Another application for the shell's tests, a separate GTK program, by its first argument:
+//   window       a window "Reader" with Edit > Copy in its menu bar and a Copy button; prints
+//                "active" once it has the focus and "pressed" per click
+//   own [odd], own-large MB, copy TEXT, hostile HOW
+//                owns the clipboard (prints "owned") until it loses it: the targets of
+//                other_app.h (and odd ones), an image of MB megabytes, TEXT, or misbehaving
+//   manager      a clipboard manager ("managing") that takes over the clipboard on SAVE_TARGETS
+//   read TARGET  writes the type the owner answers TARGET in, on a line, then the data
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <glib-unix.h>
@@ -188,9 +188,7 @@ int main(int argc, char** argv) {
         // One it never produces, and one in 32-bit units.
         if (argument == "odd") offered.insert(offered.end(), {{"x-promised", {}}, {"x-longs", std::string(8, 1)}});
     }
-    if (mode == "own-large") {
-        offered = {{"UTF8_STRING", text}, {"image/png", std::string(std::stoul(argument) << 20, largeByte)}};
-    }
+    if (mode == "own-large") offered = {{"UTF8_STRING", text}, {"image/png", std::string(std::stoul(argument) << 20, largeByte)}};
     if (mode == "copy") offered = {{"UTF8_STRING", argument}};
     if (!offered.empty()) own();
     if (mode == "manager") {
