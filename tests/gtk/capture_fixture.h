@@ -71,8 +71,7 @@ protected:
     }
     // Read by another program, as the user's next paste would: the type it comes in, on a line, then the data.
     static std::optional<std::string> clipboardTarget(const std::string& target) {
-        auto [bytes, read] = ChildProcess({BRISEL_OTHER_APP, "read", target}).readToEnd();
-        return read ? std::optional(bytes) : std::nullopt;
+        return ChildProcess({BRISEL_OTHER_APP, "read", target}).readToEnd();
     }
     // The user's clipboard as its owner ("own") serves it, and the clipboard now, read for the same targets.
     static std::map<std::string, std::string> usersClipboard() {

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -44,12 +45,12 @@ public:
         buffer_.erase(0, end + 1);
         return line;
     }
-    // Everything it writes until it ends, and whether it ended with status 0.
-    std::pair<std::string, bool> readToEnd(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    // Everything it writes until it ends with status 0; nothing when it fails.
+    std::optional<std::string> readToEnd(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
         while (readMore(limit)) {}
         int status = -1;
         waitpid(std::exchange(pid_, 0), &status, 0);
-        return {std::move(buffer_), WIFEXITED(status) && WEXITSTATUS(status) == 0};
+        return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? std::optional(std::move(buffer_)) : std::nullopt;
     }
     // Whether it ended by itself within `limit`.
     bool exits(std::chrono::milliseconds limit = std::chrono::seconds(10)) {

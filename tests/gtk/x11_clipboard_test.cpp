@@ -28,10 +28,8 @@ std::unique_ptr<ChildProcess> otherOwner(std::vector<std::string> arguments) {
 }
 
 // What another program reads from the clipboard: the type it comes in, on a line, then the data.
-std::string readByOther(const char* target) {
-    auto [output, succeeded] = ChildProcess({BRISEL_OTHER_APP, "read", target}).readToEnd(std::chrono::seconds(30));
-    EXPECT_TRUE(succeeded) << target;
-    return output;
+std::optional<std::string> readByOther(const char* target) {
+    return ChildProcess({BRISEL_OTHER_APP, "read", target}).readToEnd(std::chrono::seconds(30));
 }
 
 struct Taken {
