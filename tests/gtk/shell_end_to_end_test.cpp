@@ -25,11 +25,11 @@ using testing::typeOnKeyboard;
 
 // The file chooser on screen, if any.
 GtkWidget* chooserShown() {
+    GtkWidget* chooser = nullptr;
     GList* toplevels = gtk_window_list_toplevels();
-    GList* found = g_list_find_custom(toplevels, nullptr, [](gconstpointer window, gconstpointer) {
-        return GTK_IS_FILE_CHOOSER_DIALOG(window) && gtk_widget_get_visible(GTK_WIDGET(window)) ? 0 : 1;
-    });
-    GtkWidget* chooser = found ? GTK_WIDGET(found->data) : nullptr;
+    for (GList* window = toplevels; window; window = window->next) {
+        if (GTK_IS_FILE_CHOOSER_DIALOG(window->data) && gtk_widget_get_visible(GTK_WIDGET(window->data))) chooser = GTK_WIDGET(window->data);
+    }
     g_list_free(toplevels);
     return chooser;
 }

@@ -5,9 +5,6 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 #include <gdk/gdkx.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -28,15 +25,12 @@ namespace brisel::gtk::testing {
 
 using nlohmann::json;
 
-// A loopback port the system just handed out, free again for the page server.
+// A port the system just handed out, free again for the page server.
 inline int freePort() {
-    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
-    socklen_t length = sizeof address;
-    ::bind(socket, reinterpret_cast<sockaddr*>(&address), length);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(socket);
-    return ntohs(address.sin_port);
+    GSocketListener* listener = g_socket_listener_new();
+    const guint16 port = g_socket_listener_add_any_inet_port(listener, nullptr, nullptr);
+    g_object_unref(listener);
+    return port;
 }
 
 // A key combination typed on the X server's keyboard, as the user would type it.
