@@ -41,14 +41,12 @@ void showWindow() {
     gtk_container_add(GTK_CONTAINER(window), menuBar);
     g_signal_connect(window, "notify::is-active", G_CALLBACK(+[](GObject* object, GParamSpec*, gpointer) {
                          if (gtk_window_is_active(GTK_WINDOW(object))) say("active");
-                     }),
-                     nullptr);
+                     }), nullptr);
     // Without a window manager, focus is only given to a window already on screen.
     g_signal_connect(window, "map-event", G_CALLBACK(+[](GtkWidget* widget, GdkEvent*, gpointer) -> gboolean {
                          gtk_window_present(GTK_WINDOW(widget));
                          return FALSE;
-                     }),
-                     nullptr);
+                     }), nullptr);
     gtk_widget_show_all(window);
 }
 
