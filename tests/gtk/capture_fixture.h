@@ -15,8 +15,8 @@
 #include "gtk/kindle_stand_in.h"
 #include "gtk/other_app.h"
 
-// Captures in the real shell on a real desktop: a window manager that activates windows, an
-// accessibility bus, the X clipboard held by another program, and the Kindle stand-in.
+// Captures in the real shell on a desktop with a window manager and an accessibility bus, the
+// Kindle stand-in and the user's clipboard held by another program; they end with the program.
 namespace brisel::gtk::testing {
 
 class CaptureEndToEnd : public ShellEndToEnd {
@@ -32,11 +32,6 @@ protected:
         kindle = std::make_unique<ChildProcess>(std::vector<std::string>{BRISEL_KINDLE_STAND_IN});
         // Once the window manager runs, it brings the stand-in forward.
         ASSERT_TRUE(main_loop::runUntil(bringKindleForward, 10000));
-    }
-    static void TearDownTestSuite() {
-        kindle.reset();
-        kindleElsewhere.reset();
-        otherDesktop.reset();
     }
 
     CaptureEndToEnd() {
