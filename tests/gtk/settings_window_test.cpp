@@ -96,8 +96,7 @@ TEST_F(SettingsWindowTest, TheRecorderHandsOverKeyPressesAsMacKeysBeforeGtkSeesT
     const struct {
         GdkWindow* window;
         GdkEventType type;
-        uint32_t key;
-        guint state;
+        guint key, state;
         bool modifier;
         std::vector<std::string> offered;  // what the recorder is handed
         const char* why;
