@@ -22,7 +22,6 @@ namespace brisel::gtk::testing {
 class CaptureEndToEnd : public ShellEndToEnd {
 protected:
     static void SetUpTestSuite() {
-        ShellEndToEnd::SetUpTestSuite();
         g_unsetenv("NO_AT_BRIDGE");
         // Another Kindle, started first, on another desktop: never the one to bring forward.
         otherDesktop = std::make_unique<brisel::testing::TempDir>();
@@ -93,8 +92,7 @@ protected:
 
     void pressCaptureKey() { typeOnKeyboard({XK_Control_L, XK_Alt_L}, 40); }
 
-    // The outcomes of captures (selections, and statuses with an error) among the page's native
-    // events after the first `from`.
+    // The outcomes of captures (selections, statuses with an error) among the page's native events after the first `from`.
     json outcomesFrom(size_t from) {
         return page("window.briselConsole.events.filter(e => e.name === 'omvane:native').slice(" + std::to_string(from) +
                     ").map(e => e.detail).filter(e => e.type === 'selection' || 'error' in e)");

@@ -77,9 +77,6 @@ protected:
 // The shell with the bridge console the companion serves from the bundle, and what the page got.
 class ShellEndToEnd : public ShellTest {
 protected:
-    // The file chooser remembers its folders in GSettings; the tests keep them off the user's.
-    static void SetUpTestSuite() { g_setenv("GSETTINGS_BACKEND", "memory", TRUE); }
-
     ShellEndToEnd() : ShellTest("http://127.0.0.1:" + std::to_string(freePort())) {
         EXPECT_TRUE(main_loop::runUntil([&] { return shell.companion().pageReady() && page("!!window.briselConsole") == true; }, 30000))
             << "the console page did not load";
