@@ -48,19 +48,17 @@ TEST(X11HotKeys, APressOfTheBindingReachesTheHandlerWhateverLocksAreOn) {
     ASSERT_EQ(hotKeys.installHandler([&] { return ++presses > 0; }), 0);
     const auto registration = hotKeys.registerHotKey(keyJ, commandOption);
     ASSERT_EQ(registration.status, 0);
-    const Client client = connect();
-    Display* keyboard = client.get();
-    const auto key = [&](KeySym symbol) { return XKeysymToKeycode(keyboard, symbol); };
+    const Client keyboard = connect();
+    const auto key = [&](KeySym symbol) { return XKeysymToKeycode(keyboard.get(), symbol); };
     const KeyCode caps = key(XK_Caps_Lock), num = key(XK_Num_Lock);
     const std::vector<std::pair<std::vector<KeyCode>, const char*>> locks = {
         {{}, "none"}, {{caps}, "Caps Lock"}, {{num}, "Num Lock"}, {{caps, num}, "Caps Lock and Num Lock"}};
     for (const auto& [on, why] : locks) {
-        for (KeyCode lock : on) press(keyboard, {lock});
-        press(keyboard, {key(XK_Control_L), key(XK_Alt_L), static_cast<KeyCode>(*x11KeyCode(keyJ))});
+        for (KeyCode lock : on) press(keyboard.get(), {lock});
+        press(keyboard.get(), {key(XK_Control_L), key(XK_Alt_L), static_cast<KeyCode>(*x11KeyCode(keyJ))});
         EXPECT_TRUE(main_loop::runUntil([&, expected = presses + 1] { return presses == expected; })) << why;
-        for (KeyCode lock : on) press(keyboard, {lock});
+        for (KeyCode lock : on) press(keyboard.get(), {lock});
     }
-    hotKeys.unregisterHotKey(*registration.ref);
 }
 
 TEST(X11HotKeys, AKeyAnotherProgramHoldsIsRefusedAndLeavesNothingGrabbed) {
