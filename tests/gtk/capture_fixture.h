@@ -12,21 +12,16 @@
 #include "app/product.h"
 #include "desktop_applications.h"
 #include "gtk/child_process.h"
-#include "gtk/eventually.h"
 #include "gtk/kindle_stand_in.h"
 #include "gtk/other_app.h"
 
-// Captures in the real shell on a real desktop: a window manager that activates windows, an
-// accessibility bus, the X clipboard held by another program, and the Kindle stand-in.
+// Captures in the real shell on a desktop with a window manager and an accessibility bus, the
+// Kindle stand-in and the user's clipboard held by another program; they end with the program.
 namespace brisel::gtk::testing {
-
-// The clipboard as other programs read it: targets, each with its type and bytes.
-using ClipboardContents = std::map<std::string, std::string>;
 
 class CaptureEndToEnd : public ShellEndToEnd {
 protected:
     static void SetUpTestSuite() {
-        ShellEndToEnd::SetUpTestSuite();
         g_unsetenv("NO_AT_BRIDGE");
         // Another Kindle, started first, on another desktop: never the one to bring forward.
         otherDesktop = std::make_unique<brisel::testing::TempDir>();
@@ -35,23 +30,18 @@ protected:
             std::vector<std::string>{"env", "DISPLAY=:65535", (*otherDesktop / kindleBundleID).string(), "600"});
         kindle = std::make_unique<ChildProcess>(std::vector<std::string>{BRISEL_KINDLE_STAND_IN});
         // Once the window manager runs, it brings the stand-in forward.
-        ASSERT_TRUE(eventually(bringKindleForward));
-    }
-    static void TearDownTestSuite() {
-        kindle.reset();
-        kindleElsewhere.reset();
-        otherDesktop.reset();
+        ASSERT_TRUE(main_loop::runUntil(bringKindleForward, 10000));
     }
 
     CaptureEndToEnd() {
-        tell("reset");
+        setKindle("");
         holdUserClipboard({"own"});
     }
 
-    // One line to the stand-in, which answers "ok".
-    void tell(const std::string& line) {
-        kindle->writeLine(line);
-        EXPECT_EQ(lineFromKindle("ok"), "ok") << line;
+    // The stand-in's knobs, those not named at their first values.
+    void setKindle(const std::string& knobs) {
+        kindle->writeLine(knobs);
+        EXPECT_EQ(lineFromKindle("ok"), "ok") << knobs;
     }
     // The stand-in's next line starting with `prefix`, passing over the others.
     std::string lineFromKindle(const std::string& prefix) {
@@ -73,22 +63,17 @@ protected:
         Display* display = GDK_DISPLAY_XDISPLAY(gdk_display_get_default());
         return XGetSelectionOwner(display, XInternAtom(display, "CLIPBOARD", False));
     }
-    // Read by another program, as the user's next paste would: the type it comes in, on a
-    // line, then the data.
+    // Read by another program, as the user's next paste would: the type it comes in, on a line, then the data.
     static std::optional<std::string> clipboardTarget(const std::string& target) {
-        auto [bytes, read] = ChildProcess({BRISEL_OTHER_APP, "read", target}).readToEnd();
-        return read ? std::optional(bytes) : std::nullopt;
+        return ChildProcess({BRISEL_OTHER_APP, "read", target}).readToEnd();
     }
-    // The user's clipboard as its owner ("own") serves it: each target in its type.
-    static ClipboardContents usersClipboard() {
-        return {{"UTF8_STRING", "UTF8_STRING\n" + other_app::text},
-                {"TEXT", "UTF8_STRING\n" + other_app::text},
-                {"text/html", "text/html\n" + other_app::html},
-                {"image/png", "image/png\n" + other_app::png}};
+    // The user's clipboard as its owner ("own") serves it, and the clipboard now, read for the same targets.
+    static std::map<std::string, std::string> usersClipboard() {
+        return {{"UTF8_STRING", "UTF8_STRING\n" + other_app::text}, {"TEXT", "UTF8_STRING\n" + other_app::text},
+                {"text/html", "text/html\n" + other_app::html}, {"image/png", "image/png\n" + other_app::png}};
     }
-    // The clipboard now, for each of those targets.
-    static ClipboardContents clipboard() {
-        ClipboardContents contents = usersClipboard();
+    static std::map<std::string, std::string> clipboard() {
+        auto contents = usersClipboard();
         for (auto& [target, read] : contents) read = clipboardTarget(target).value_or("(refused)");
         return contents;
     }
@@ -107,41 +92,22 @@ protected:
 
     void pressCaptureKey() { typeOnKeyboard({XK_Control_L, XK_Alt_L}, 40); }
 
-    // Native events the page received after the first `from` of them: all, or the outcomes of
-    // captures ("selection" events, and status events with an "error").
-    json nativeEventsFrom(size_t from, bool outcomes = false) {
-        return page("window.briselConsole.events.filter(e => e.name === 'omvane:native').slice(" +
-                    std::to_string(from) + ").map(e => e.detail)" +
-                    (outcomes ? ".filter(e => e.type === 'selection' || 'error' in e)" : ""));
+    // The outcomes of captures (selections, statuses with an error) among the page's native events after the first `from`.
+    json outcomesFrom(size_t from) {
+        return page("window.briselConsole.events.filter(e => e.name === 'omvane:native').slice(" + std::to_string(from) +
+                    ").map(e => e.detail).filter(e => e.type === 'selection' || 'error' in e)");
     }
-    size_t nativeEventCount() { return nativeEventsFrom(0).size(); }
-    // The first outcome among the events after the first `from`, waited for (on events) for at
-    // most ten seconds; null when none came.
+    size_t nativeEventCount() { return received("omvane:native").size(); }
+    // The first outcome after the first `from` events, waited for (on events) ten seconds at most; null when none came.
     json outcomeAfter(size_t from) {
         json outcomes;
-        main_loop::runUntil([&] { return !(outcomes = nativeEventsFrom(from, true)).empty(); }, 10000);
+        main_loop::runUntil([&] { return !(outcomes = outcomesFrom(from)).empty(); }, 10000);
         EXPECT_TRUE(main_loop::runUntil([&] { return !shell.companion().capture().captureInFlight(); }));
         return outcomes.empty() ? json() : outcomes.front();
     }
-    // A capture by the hot key with Kindle in front, Kindle set by `knobs` and the user's
-    // clipboard held as `how`: its outcome, null when none came.
-    json captureWith(const std::vector<std::string>& knobs, const std::vector<std::string>& how) {
-        tell("reset");
-        for (const std::string& line : knobs) tell(line);
-        holdUserClipboard(how);
-        ownerBefore = clipboardOwner();
-        EXPECT_TRUE(bringKindleForward());
-        eventsBefore = nativeEventCount();
-        pressCaptureKey();
-        return outcomeAfter(eventsBefore);
-    }
-
     static inline std::unique_ptr<brisel::testing::TempDir> otherDesktop;
     static inline std::unique_ptr<ChildProcess> kindleElsewhere, kindle;
     std::unique_ptr<ChildProcess> userClipboard;
-    // Before the last capture: the owner of the user's clipboard, and how many events the page had.
-    Window ownerBefore = None;
-    size_t eventsBefore = 0;
 };
 
 }  // namespace brisel::gtk::testing

@@ -7,9 +7,12 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "gtk/main_loop.h"
 
 namespace brisel::gtk::testing {
 
@@ -42,21 +45,16 @@ public:
         buffer_.erase(0, end + 1);
         return line;
     }
-    // Everything it writes until it ends, and whether it ended with status 0.
-    std::pair<std::string, bool> readToEnd(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    // Everything it writes until it ends with status 0; nothing when it fails.
+    std::optional<std::string> readToEnd(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
         while (readMore(limit)) {}
         int status = -1;
         waitpid(std::exchange(pid_, 0), &status, 0);
-        return {std::move(buffer_), WIFEXITED(status) && WEXITSTATUS(status) == 0};
+        return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? std::optional(std::move(buffer_)) : std::nullopt;
     }
     // Whether it ended by itself within `limit`.
     bool exits(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-        for (const auto deadline = std::chrono::steady_clock::now() + limit; std::chrono::steady_clock::now() < deadline;) {
-            if (waitpid(pid_, nullptr, WNOHANG) == pid_) return pid_ = 0, true;
-            g_main_context_iteration(nullptr, FALSE);
-            g_usleep(5000);
-        }
-        return false;
+        return main_loop::runUntil([&] { return pid_ == 0 || (waitpid(pid_, nullptr, WNOHANG) == pid_ && (pid_ = 0, true)); }, guint(limit.count()));
     }
     void stop() {
         if (pid_ > 0) kill(pid_, SIGKILL), waitpid(std::exchange(pid_, 0), nullptr, 0);
@@ -69,15 +67,11 @@ private:
     // Waits for more output, for at most `limit`; false when none came or the pipe closed.
     bool readMore(std::chrono::milliseconds limit) {
         pollfd readable{output_, POLLIN, 0};
-        for (const auto deadline = std::chrono::steady_clock::now() + limit; std::chrono::steady_clock::now() < deadline;) {
-            g_main_context_iteration(nullptr, FALSE);
-            if (poll(&readable, 1, 5) <= 0) continue;
-            char chunk[4096];
-            const ssize_t count = read(output_, chunk, sizeof chunk);
-            if (count > 0) buffer_.append(chunk, static_cast<size_t>(count));
-            return count > 0;
-        }
-        return false;
+        if (!main_loop::runUntil([&] { return poll(&readable, 1, 0) > 0; }, guint(limit.count()))) return false;
+        char chunk[4096];
+        const ssize_t count = read(output_, chunk, sizeof chunk);
+        if (count > 0) buffer_.append(chunk, static_cast<size_t>(count));
+        return count > 0;
     }
 
     GPid pid_ = 0;

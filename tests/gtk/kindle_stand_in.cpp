@@ -1,17 +1,13 @@
-// Kindle, as the capture tests need it: built as "com.amazon.Lassen", the name the Linux shell
-// knows Kindle by. A window "Kindle" shows a passage and an enabled "コピー" button, whose press
-// (over AT-SPI, say) puts the passage and a citation on the clipboard. It prints "copied
-// MICROSECONDS" after each copy, from the press to X confirming the clipboard is its own. Lines
-// "KNOB VALUE" on standard input set what the next presses do, each answered with "ok"; "reset"
-// sets every knob back to its first value:
-//   citation kindle|foreign   Kindle's citation, or one Kindle never writes
-//   passage short|long        the passage of kindle_stand_in.h, or one over 240 scalars
-//   delay MS                  copy MS milliseconds after the press
-//   copy yes|no               copy at all
+// Kindle, as the capture tests need it, built as "com.amazon.Lassen", the name the Linux shell
+// knows Kindle by: a window "Kindle" with a passage and an enabled "コピー" button, whose press puts
+// the passage and a citation on the clipboard and prints "copied MICROSECONDS", from the press to
+// X confirming the clipboard is its own. Each line "KNOB VALUE ..." on standard input sets the
+// knobs it names, the others back to their first values, and is answered with "ok":
+//   citation kindle|foreign   passage short|long (over 240 scalars)   delay MS   copy yes|no
 //   owner answers|hangs       after copying, keep serving the clipboard or stop dead (SIGSTOP)
 //   interfere none|after      another X client takes the clipboard right after the copy
-//   control enabled|disabled|vanishes   the button as it is, greyed out, or gone as soon as
-//                             an assistive technology has read its name
+//   control enabled|disabled|vanishes   the button greyed out, or gone once an assistive
+//                             technology has read its name
 #include <gtk/gtk.h>
 #include <signal.h>
 
@@ -43,9 +39,7 @@ void say(const std::string& line) {
 }
 
 gboolean copyNow(gpointer) {
-    std::string longPassage;  // over the 240 scalars a capture takes
-    for (int i = 0; i < 241; ++i) longPassage += "語";
-    const std::string copied = (knobs["passage"] == "long" ? longPassage : passage) + "\n\n" +
+    const std::string copied = (knobs["passage"] == "long" ? std::string(241, 'x') : passage) + "\n\n" +
              (knobs["citation"] == "kindle" ? kindleCitation : foreignCitation);
     gtk_clipboard_set_text(gtk_clipboard_get(GDK_SELECTION_CLIPBOARD), copied.c_str(), -1);
     gdk_display_sync(gdk_display_get_default());
@@ -61,10 +55,7 @@ gboolean copyNow(gpointer) {
 
 void pressed(GtkButton*, gpointer) {
     pressedAt = g_get_monotonic_time();
-    if (knobs["copy"] == "no") return;
-    const auto delay = static_cast<guint>(std::stoul(knobs["delay"]));
-    if (delay > 0) g_timeout_add(delay, copyNow, nullptr);
-    if (delay == 0) copyNow(nullptr);
+    if (knobs["copy"] == "yes") g_timeout_add(static_cast<guint>(std::stoul(knobs["delay"])), copyNow, nullptr);
 }
 
 // The button's accessible name as the toolkit gives it, and as read from outside: with
@@ -103,13 +94,11 @@ gboolean readCommand(GIOChannel* input, GIOCondition, gpointer) {
     }
     std::istringstream words(line);
     g_free(line);
+    knobs = firstValues;
     std::string knob, value;
-    words >> knob >> value;
-    const bool known = knob == "reset" || knobs.contains(knob);
-    if (knob == "reset") knobs = firstValues;
-    if (knob != "reset" && known) knobs[knob] = value;
+    while (words >> knob >> value && knobs.contains(knob)) knobs[knob] = value;
     showCopyButton();
-    say(known ? "ok" : "unknown: " + knob);
+    say(words.eof() ? "ok" : "unknown: " + knob);
     return G_SOURCE_CONTINUE;
 }
 

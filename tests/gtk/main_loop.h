@@ -6,12 +6,13 @@
 
 namespace brisel::gtk::main_loop {
 
-// Runs the main loop until `done` holds or `timeoutMs` passed; the timer wakes a blocked iteration.
+// Runs the main loop until `done` holds or `timeoutMs` passed; a tick every 10 ms looks again at
+// what no event announces (another process, a bus).
 inline bool runUntil(const std::function<bool()>& done, guint timeoutMs = 5000) {
-    bool timedOut = false;
-    const guint timer = g_timeout_add(timeoutMs, +[](gpointer flag) { return *static_cast<bool*>(flag) = true, G_SOURCE_REMOVE; }, &timedOut);
-    while (!done() && !timedOut) g_main_context_iteration(nullptr, TRUE);
-    if (!timedOut) g_source_remove(timer);
+    const gint64 deadline = g_get_monotonic_time() + gint64{timeoutMs} * 1000;
+    const guint ticker = g_timeout_add(10, +[](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+    while (!done() && g_get_monotonic_time() < deadline) g_main_context_iteration(nullptr, TRUE);
+    g_source_remove(ticker);
     return done();
 }
 

@@ -1,11 +1,11 @@
-// Another application for the shell's tests, a separate GTK program. As "window", a window
-// "Reader" with a menu bar (Edit > Copy) and a Copy button, printing "active" once it has the
-// focus and "pressed" per click. As an owner of the clipboard, printing "owned" once it owns it
-// and ending when it loses it: "own [odd]" with the targets of other_app.h (and odd ones),
-// "own-large MB" with an image of MB megabytes, "copy TEXT" with TEXT, "hostile HOW" misbehaving
-// (see hostile()). As "manager", a clipboard manager that prints "managing" and, asked to
-// SAVE_TARGETS, copies the clipboard and takes it over. As "read TARGET", writes the type the
-// owner answers TARGET in, on a line, then the data; fails when nothing comes.
+// Another application for the shell's tests, a separate GTK program, by its first argument:
+//   window       a window "Reader" with Edit > Copy in its menu bar; prints "active" once it has
+//                the focus
+//   own [odd], own-large MB, copy TEXT, hostile HOW
+//                owns the clipboard (prints "owned") until it loses it: the targets of
+//                other_app.h (and odd ones), an image of MB megabytes, TEXT, or misbehaving
+//   manager      a clipboard manager ("managing") that takes over the clipboard on SAVE_TARGETS
+//   read TARGET  writes the type the owner answers TARGET in, on a line, then the data
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <glib-unix.h>
@@ -32,28 +32,21 @@ void say(const char* line) {
 void showWindow() {
     GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_window_set_title(GTK_WINDOW(window), "Reader");
-    GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     GtkWidget* menuBar = gtk_menu_bar_new();
     GtkWidget* edit = gtk_menu_item_new_with_label("Edit");
     GtkWidget* menu = gtk_menu_new();
     gtk_menu_shell_append(GTK_MENU_SHELL(menu), gtk_menu_item_new_with_label("Copy"));
     gtk_menu_item_set_submenu(GTK_MENU_ITEM(edit), menu);
     gtk_menu_shell_append(GTK_MENU_SHELL(menuBar), edit);
-    gtk_box_pack_start(GTK_BOX(box), menuBar, FALSE, FALSE, 0);
-    GtkWidget* copy = gtk_button_new_with_label("Copy");
-    g_signal_connect(copy, "clicked", G_CALLBACK(+[](GtkButton*, gpointer) { say("pressed"); }), nullptr);
-    gtk_box_pack_start(GTK_BOX(box), copy, FALSE, FALSE, 0);
-    gtk_container_add(GTK_CONTAINER(window), box);
+    gtk_container_add(GTK_CONTAINER(window), menuBar);
     g_signal_connect(window, "notify::is-active", G_CALLBACK(+[](GObject* object, GParamSpec*, gpointer) {
                          if (gtk_window_is_active(GTK_WINDOW(object))) say("active");
-                     }),
-                     nullptr);
+                     }), nullptr);
     // Without a window manager, focus is only given to a window already on screen.
     g_signal_connect(window, "map-event", G_CALLBACK(+[](GtkWidget* widget, GdkEvent*, gpointer) -> gboolean {
                          gtk_window_present(GTK_WINDOW(widget));
                          return FALSE;
-                     }),
-                     nullptr);
+                     }), nullptr);
     gtk_widget_show_all(window);
 }
 
@@ -188,9 +181,7 @@ int main(int argc, char** argv) {
         // One it never produces, and one in 32-bit units.
         if (argument == "odd") offered.insert(offered.end(), {{"x-promised", {}}, {"x-longs", std::string(8, 1)}});
     }
-    if (mode == "own-large") {
-        offered = {{"UTF8_STRING", text}, {"image/png", std::string(std::stoul(argument) << 20, largeByte)}};
-    }
+    if (mode == "own-large") offered = {{"UTF8_STRING", text}, {"image/png", std::string(std::stoul(argument) << 20, largeByte)}};
     if (mode == "copy") offered = {{"UTF8_STRING", argument}};
     if (!offered.empty()) own();
     if (mode == "manager") {

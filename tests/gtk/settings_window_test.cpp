@@ -82,10 +82,7 @@ TEST_F(SettingsWindowTest, TheRecorderHandsOverKeyPressesAsMacKeysBeforeGtkSeesT
     gtk_widget_show(other);
     int gtkPresses = 0;
     for (GtkWidget* target : {GTK_WIDGET(window.window()), other}) {
-        g_signal_connect(target, "key-press-event", G_CALLBACK(+[](GtkWidget*, GdkEvent*, int* count) {
-                             ++*count;
-                             return TRUE;
-                         }), &gtkPresses);
+        g_signal_connect(target, "key-press-event", G_CALLBACK(+[](GtkWidget*, GdkEvent*, int* count) -> gboolean { ++*count; return TRUE; }), &gtkPresses);
     }
     SettingsKeyRecorder recorder{window};
     std::vector<std::string> seen;
@@ -99,8 +96,7 @@ TEST_F(SettingsWindowTest, TheRecorderHandsOverKeyPressesAsMacKeysBeforeGtkSeesT
     const struct {
         GdkWindow* window;
         GdkEventType type;
-        uint32_t key;
-        guint state;
+        guint key, state;
         bool modifier;
         std::vector<std::string> offered;  // what the recorder is handed
         const char* why;

@@ -5,13 +5,9 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 #include <gdk/gdkx.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -29,15 +25,12 @@ namespace brisel::gtk::testing {
 
 using nlohmann::json;
 
-// A loopback port the system just handed out, free again for the page server.
+// A port the system just handed out, free again for the page server.
 inline int freePort() {
-    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
-    socklen_t length = sizeof address;
-    ::bind(socket, reinterpret_cast<sockaddr*>(&address), length);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(socket);
-    return ntohs(address.sin_port);
+    GSocketListener* listener = g_socket_listener_new();
+    const guint16 port = g_socket_listener_add_any_inet_port(listener, nullptr, nullptr);
+    g_object_unref(listener);
+    return port;
 }
 
 // A key combination typed on the X server's keyboard, as the user would type it.
@@ -84,9 +77,6 @@ protected:
 // The shell with the bridge console the companion serves from the bundle, and what the page got.
 class ShellEndToEnd : public ShellTest {
 protected:
-    // The file chooser remembers its folders in GSettings; the tests keep them off the user's.
-    static void SetUpTestSuite() { g_setenv("GSETTINGS_BACKEND", "memory", TRUE); }
-
     ShellEndToEnd() : ShellTest("http://127.0.0.1:" + std::to_string(freePort())) {
         EXPECT_TRUE(main_loop::runUntil([&] { return shell.companion().pageReady() && page("!!window.briselConsole") == true; }, 30000))
             << "the console page did not load";
@@ -104,8 +94,6 @@ protected:
         return page("window.briselConsole.events.filter(e => e.detail?.type === 'status' && 'error' in e.detail)"
                     ".map(e => e.detail.error)");
     }
-    // Waits (on events, at most ten seconds) until `count` reaches `expected`.
-    static bool waitFor(const std::function<size_t()>& count, size_t expected) { return main_loop::runUntil([&] { return count() >= expected; }, 10000); }
 };
 
 }  // namespace brisel::gtk::testing

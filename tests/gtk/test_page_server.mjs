@@ -19,8 +19,6 @@ const pages = {
 <script>
   window.framesPosted = [];
   addEventListener('message', (event) => window.framesPosted.push(event.data));
-  window.postFromTop = (errorType) =>
-    window.webkit.messageHandlers.omvane.postMessage({ action: 'diagnostic', event: 'script-error', errorType });
 </script>
 <iframe src="/frame"></iframe>
 <iframe sandbox="allow-scripts" src="/sandboxed"></iframe>

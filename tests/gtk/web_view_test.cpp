@@ -27,7 +27,7 @@ TEST_F(FramesTest, OnlyTheTopFrameOfTheLocalPageReachesTheNativeSide) {
         << page("window.framesPosted");
 
     // Messages arrive in the order they were posted, so the top frame's comes after the frames'.
-    page("window.postFromTop('Error')");
+    page("window.webkit.messageHandlers.omvane.postMessage({action: 'diagnostic', event: 'script-error', errorType: 'Error'})");
     ASSERT_TRUE(main_loop::runUntil([&] { return !logged("script-error").empty(); }, 10000));
     const auto reports = logged("script-error");
     ASSERT_EQ(reports.size(), 1u) << reports.back();

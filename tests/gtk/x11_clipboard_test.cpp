@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <X11/Xlib.h>
+
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -10,7 +12,6 @@
 #include "gtk/child_process.h"
 #include "gtk/main_loop.h"
 #include "gtk/other_app.h"
-#include "gtk/other_x_client.h"
 #include "x11_clipboard.h"
 
 namespace brisel::gtk {
@@ -27,10 +28,8 @@ std::unique_ptr<ChildProcess> otherOwner(std::vector<std::string> arguments) {
 }
 
 // What another program reads from the clipboard: the type it comes in, on a line, then the data.
-std::string readByOther(const char* target) {
-    auto [output, succeeded] = ChildProcess({BRISEL_OTHER_APP, "read", target}).readToEnd(std::chrono::seconds(30));
-    EXPECT_TRUE(succeeded) << target;
-    return output;
+std::optional<std::string> readByOther(const char* target) {
+    return ChildProcess({BRISEL_OTHER_APP, "read", target}).readToEnd(std::chrono::seconds(30));
 }
 
 struct Taken {
@@ -44,21 +43,18 @@ Taken takeSnapshot(X11Clipboard& clipboard) {
     Taken taken;
     bool completed = false;
     const auto start = Clock::now();
+    auto last = start;
     KindleClipboardSnapshot::take(clipboard, start + BriselKindleCapture::snapshotTimeLimit,
                                   [&](std::optional<KindleClipboardSnapshot> snapshot) {
                                       taken.snapshot = std::move(snapshot);
                                       taken.took = std::chrono::duration_cast<Duration>(Clock::now() - start);
                                       completed = true;
                                   });
-    // A timer due at every millisecond turns the loop, which looks at the time between turns.
-    const guint ticker = g_timeout_add(1, +[](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-    auto last = start;
     EXPECT_TRUE(main_loop::runUntil([&] {
         taken.longestGap = std::max(taken.longestGap, std::chrono::duration_cast<Duration>(Clock::now() - last));
         last = Clock::now();
         return completed;
     }, 10000));
-    g_source_remove(ticker);
     return taken;
 }
 
@@ -92,11 +88,9 @@ TEST(X11Clipboard, FiftyMegabytesComeInIncrementsWithinTheTimeLimitAndGoBackWhol
     const Taken taken = takeSnapshot(clipboard);
     ASSERT_TRUE(taken.snapshot);
     EXPECT_LT(taken.longestGap * 4, taken.took);
-    // Compared whole, not printed.
-    const std::string image(size_t{50} << 20, other_app::largeByte);
-    EXPECT_TRUE(taken.snapshot->items.at(0).at(1).data.bytes() == image);
     restoreOverKindlesCopy(clipboard, *taken.snapshot);
-    EXPECT_TRUE(readByOther("image/png") == "image/png\n" + image);
+    // Compared whole, not printed.
+    EXPECT_TRUE(readByOther("image/png") == "image/png\n" + std::string(size_t{50} << 20, other_app::largeByte));
 }
 
 // Whatever the owner does, the snapshot ends by its time limit with the main loop turning all
@@ -126,10 +120,10 @@ TEST(X11Clipboard, AWriteByAnyoneAfterKindleIsNeverRestoredOver) {
     ASSERT_TRUE(snapshot);
     auto copier = otherOwner({"copy", "Kindle's copy"});
     const int64_t afterKindle = clipboard.changeCount();
-    testing::OtherXClient editor;
-    XSetSelectionOwner(editor.display(), editor.atom("CLIPBOARD"),
-                       XCreateSimpleWindow(editor.display(), editor.root(), 0, 0, 1, 1, 0, 0, 0), CurrentTime);
-    XSync(editor.display(), False);
+    Display* editor = XOpenDisplay(nullptr);  // another X client
+    XSetSelectionOwner(editor, XInternAtom(editor, "CLIPBOARD", False),
+                       XCreateSimpleWindow(editor, DefaultRootWindow(editor), 0, 0, 1, 1, 0, 0, 0), CurrentTime);
+    XSync(editor, False);
     EXPECT_NE(clipboard.changeCount(), afterKindle);
     EXPECT_FALSE(snapshot->restore(clipboard, afterKindle));
 
@@ -138,6 +132,7 @@ TEST(X11Clipboard, AWriteByAnyoneAfterKindleIsNeverRestoredOver) {
     clipboard.clear();
     EXPECT_FALSE(clipboard.write(snapshot->items));
     EXPECT_EQ(readByOther("UTF8_STRING"), "UTF8_STRING\nanother copy");
+    XCloseDisplay(editor);
 }
 
 // What we put back outlives us where a clipboard manager runs: it takes over every target.

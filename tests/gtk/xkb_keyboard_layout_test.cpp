@@ -1,16 +1,15 @@
 // Key labels from the X server's keymap, as the user switches layouts.
-#include <glib.h>
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "gtk/main_loop.h"
+#include "gtk/child_process.h"
 #include "xkb_keyboard_layout.h"
 
 namespace brisel::gtk {
 namespace {
 
-constexpr uint32_t keyA = 0, keyQ = 12, keyW = 13, digit1 = 18;
+constexpr uint32_t keyQ = 12, digit1 = 18;
 
 TEST(XkbKeyboardLayout, LabelsAreWhatTheFirstLatinLayoutOfTheServersKeymapTypesOnThePhysicalKey) {
     const XkbKeyboardLayout server;
@@ -22,8 +21,6 @@ TEST(XkbKeyboardLayout, LabelsAreWhatTheFirstLatinLayoutOfTheServersKeymapTypesO
     } rows[] = {
         {"us", keyQ, u"q", "US"},
         {"fr", keyQ, u"a", "AZERTY types A where US types Q"},
-        {"fr", keyA, u"q", "and Q where US types A"},
-        {"fr", keyW, u"z", "and Z where US types W"},
         {"fr", digit1, u"&", "the unshifted digit key"},
         {"fr", 0xFFFF, u"", "no such key"},
         {"ru,us", keyQ, u"q", "the first layout that types Latin"},
@@ -31,9 +28,7 @@ TEST(XkbKeyboardLayout, LabelsAreWhatTheFirstLatinLayoutOfTheServersKeymapTypesO
         {"us", keyQ, u"q", "back to US"},
     };
     for (const auto& row : rows) {
-        gint status = -1;
-        ASSERT_TRUE(g_spawn_command_line_sync((std::string("setxkbmap ") + row.layouts).c_str(), nullptr, nullptr, &status, nullptr));
-        ASSERT_EQ(status, 0) << row.layouts;
+        ASSERT_TRUE(testing::ChildProcess({"setxkbmap", row.layouts}).readToEnd()) << row.layouts;
         EXPECT_TRUE(main_loop::runUntil([&] { return server.characters(row.key) == row.typed; }, 2000)) << row.why;
     }
 }
