@@ -25,11 +25,7 @@ using testing::plainText;
 
 const std::string measurementID = "0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef";
 
-std::string repeated(const std::string& piece, size_t times) {
-    std::string text;
-    for (size_t i = 0; i < times; ++i) text += piece;
-    return text;
-}
+std::string repeated(const std::string& piece, size_t times) { std::string text; while (times--) text += piece; return text; }
 void fromPanel(Harness& h) { h.applications.frontmostPID = Harness::companionPID; }
 void switchAway(Harness& h) { h.applications.frontmostPID = Harness::editorPID; }
 void otherCopies(Harness& h) { h.pasteboard.replace(plainText("the editor's"), "other"); }
@@ -44,14 +40,9 @@ Knob atRead(const std::string& kind, int nth, void (*then)(Harness&), bool after
         };
     };
 }
-// Runs `then` at the `nth` accessibility call `call`.
-Knob atCall(const std::string& call, int nth, void (*then)(Harness&)) {
-    return [=](Harness& h) {
-        h.accessibility.onCall = [&h, call, nth, then, n = 0](const std::string& made) mutable {
-            if (made == call && ++n == nth) then(h);
-        };
-    };
-}
+// Runs `then` on the main queue before the search's find gets there.
+Knob beforeTheHop(void (*then)(Harness&)) { return [then](Harness& h) { h.queue.post([&h, then] { then(h); }); }; }
+void kindleCopies(Harness& h) { h.pasteboard.replace(plainText(kindleCopyOf("Some passage.")), "kindle"); }
 
 // What the clipboard must be when the capture ends: nobody wrote, the user's items are back over
 // Kindle's copy, Kindle's copy stays (as the sentence says), or another program's write stays.
@@ -64,20 +55,17 @@ TEST(KindleCapture, EndsInOneSentenceOrTheSelectionAndLeavesTheClipboardAsItSays
         {"nothing in front", selectInKindle, untouched, [](auto& h) { h.applications.frontmostPID.reset(); }},
         {"no bundle identifier in front", selectInKindle, untouched,
          [](auto& h) { h.applications.running.push_back({888, {}}); h.applications.frontmostPID = 888; }},
-        {"Kindle not running", openKindle, untouched,
-         [](auto& h) { fromPanel(h); h.applications.terminate(Harness::kindlePID); }},
+        {"Kindle not running", openKindle, untouched, [](auto& h) { fromPanel(h); h.applications.terminate(Harness::kindlePID); }},
         {"Kindle never comes forward", kindleNotBroughtForward, untouched, fromPanel},
         {"the page not loaded", pageNotReady, untouched, [](auto& h) { h.host.ready = false; }},
         {"no accessibility permission", allowAccessibility, untouched, [](auto& h) { h.accessibility.trusted = false; }},
-        {"switched away during the search", switchedDuringSearch, untouched, atCall("window.AXRole", 1, switchAway)},
+        {"switched away during the search", switchedDuringSearch, untouched, beforeTheHop(switchAway)},
         {"Copy greyed out", copyUnavailable, untouched, copyGreyedOut},
         {"no Copy", copyUnavailable, untouched, [](auto& h) { h.kindle.menuCopy->attributes["AXTitle"] = "ペースト"; }},
-        {"Copy greyed out after the search", copyUnavailableChooseAgain, untouched,
-         atCall("menu copy.AXEnabled", 2, copyGreyedOut)},
+        {"Copy greyed out after the search", copyUnavailableChooseAgain, untouched, beforeTheHop(copyGreyedOut)},
         {"a promised type never produced", clipboardCannotBeKept, untouched,
          [](auto& h) { h.pasteboard.contents[1].push_back({"promised", {}}); }},
-        {"an owner that will not tell", clipboardCannotBeKept, untouched,
-         [](auto& h) { h.pasteboard.ownerRefuses = true; }},
+        {"an owner that will not tell", clipboardCannotBeKept, untouched, [](auto& h) { h.pasteboard.ownerRefuses = true; }},
         {"a copy during the snapshot", clipboardCannotBeKept, others, atRead("items", 1, otherCopies)},
         {"a copy before the press", changedBeforeCopy, others, atRead("changeCount", 3, otherCopies)},
         {"switched away before the press", changedBeforeCopy, untouched, atRead("items", 1, switchAway)},
@@ -94,28 +82,18 @@ TEST(KindleCapture, EndsInOneSentenceOrTheSelectionAndLeavesTheClipboardAsItSays
         {"a copy after Kindle's", changedAfterCopy, others, atRead("changeCount", 2, otherCopies, true)},
         {"an unconfirmed press of a good copy", unconfirmedCopyRefused, restored, [](auto& h) { h.pressResult = -25204; }},
         {"241 scalars", passageTooLong, restored, [](auto& h) { h.copied = kindleCopyOf(repeated("あ", 241)); }},
-        {"121 two-scalar emoji", passageTooLong, restored,
-         [](auto& h) { h.copied = kindleCopyOf(repeated("👍🏽", 120) + "a"); }},
+        {"121 two-scalar emoji", passageTooLong, restored, [](auto& h) { h.copied = kindleCopyOf(repeated("👍🏽", 120) + "a"); }},
         {"240 scalars, with a long citation", "selection", restored,
-         [](auto& h) {
-             h.copied = repeated("あ", 240) + "\n\nDoe, Jane. " + repeated("t", 600) + " (p. 1). Kindle Edition.";
-         }},
+         [](auto& h) { h.copied = repeated("あ", 240) + "\n\nDoe, Jane. " + repeated("t", 600) + " (p. 1). Kindle Edition."; }},
         {"120 two-scalar emoji", "selection", restored, [](auto& h) { h.copied = kindleCopyOf(repeated("👍🏽", 120)); }},
         {"Kindle copies right after a round saw no change", "selection", restored,
-         [](auto& h) {
-             h.copied.reset();
-             atRead("changeCount", 5, [](Harness& h) {
-                 h.pasteboard.replace(plainText(kindleCopyOf("Some passage.")), "kindle");
-             })(h);
-         }},
+         [](auto& h) { h.copied.reset(); atRead("changeCount", 5, kindleCopies)(h); }},
         {"an empty clipboard, left empty", "selection", restored, [](auto& h) { h.pasteboard.contents.clear(); }},
         {"the toolbar's Copy rather than the menu's", "selection", restored, [](auto& h) { h.kindle.addToolbarCopy(); }},
-        {"blank and image writes waited past", "selection", restored,
-         [](auto& h) {
+        {"blank and image writes waited past", "selection", restored, [](auto& h) {
              h.copyDelay = 500ms;
              h.queue.postAfter(100ms, [&h] { h.pasteboard.replace(plainText(" \n\u3000"), "kindle"); });
-             h.queue.postAfter(200ms, [&h] { h.pasteboard.replace({{{"public.png", "png"}}}, "kindle"); });
-         }},
+             h.queue.postAfter(200ms, [&h] { h.pasteboard.replace({{{"public.png", "png"}}}, "kindle"); }); }},
     };
     for (const auto& [why, outcome, clipboard, knob] : rows) {
         SCOPED_TRACE(why);
