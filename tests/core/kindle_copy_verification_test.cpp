@@ -15,11 +15,7 @@ const std::string passage = "Some passage.";
 const std::string citation = "Doe, Jane. A Title (p. 12). Kindle Edition.";
 const std::string bigCJK = "\U0002000B";  // one code point, two UTF-16 units
 
-std::string repeated(const std::string& piece, size_t times) {
-    std::string text;
-    for (size_t i = 0; i < times; ++i) text += piece;
-    return text;
-}
+std::string repeated(const std::string& piece, size_t times) { std::string text; while (times--) text += piece; return text; }
 std::string spaces(size_t count) { return std::string(count, ' '); }
 std::string cited(const std::string& line) { return passage + "\n\n" + line; }
 std::string byAuthor(const std::string& author) { return cited(author + ". A Title (p. 12). Kindle Edition."); }
