@@ -35,7 +35,8 @@ inline FakeAXNodePtr axControl(std::string name, std::string role, std::string t
 inline AccessibilityElement axElement(const FakeAXNodePtr& node) { return AccessibilityElement(node); }
 
 // Every call lands in `calls` ("trusted?", "application 501", "timeout Kindle 150", "window.AXRole",
-// "menu copy AXPress"...); `onCall` sees it first, to make Kindle slow or switch applications then.
+// "menu copy AXPress"...); `onCall` sees it first, to make Kindle slow or note the clipboard then.
+// Only the applications given exist.
 class FakeAccessibility final : public AccessibilityPort {
 public:
     std::map<int32_t, FakeAXNodePtr> applications;

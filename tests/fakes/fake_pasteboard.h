@@ -50,9 +50,9 @@ public:
     }
     void readPlainText(Clock::time_point, std::function<void(TextRead)> completion) override {
         if (beforeRead) beforeRead("text");
-        for (const auto& item : contents) {
-            for (const auto& [type, bytes] : item) if (type == "public.utf8-plain-text") return completion(bytes);
-        }
+        for (const auto& item : contents)
+            for (const auto& [type, bytes] : item)
+                if (type == "public.utf8-plain-text") return completion(bytes);
         completion(std::nullopt);
     }
     void clear() override {
