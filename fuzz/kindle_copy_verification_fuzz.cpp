@@ -17,16 +17,12 @@ using brisel::fuzz::require;
 
 const icu::RegexPattern* compiled(const char16_t* pattern) {
     UErrorCode status = U_ZERO_ERROR;
-    UParseError where;
-    icu::RegexPattern* result = icu::RegexPattern::compile(icu::UnicodeString(pattern), 0, where, status);
+    const icu::RegexPattern* result = icu::RegexPattern::compile(icu::UnicodeString(pattern), 0, status);
     require(U_SUCCESS(status), "a pattern compiles");
     return result;
 }
 
-std::string utf8(const icu::UnicodeString& text) {
-    std::string bytes;
-    return text.toUTF8String(bytes);
-}
+std::string utf8(const icu::UnicodeString& text) { std::string bytes; return text.toUTF8String(bytes); }
 
 // The copy as the rule reads literally, or nullopt inside when ICU gave up (time or stack limit).
 std::optional<std::optional<VerifiedKindleCopy>> literalAnswer(std::string_view raw) {

@@ -30,14 +30,10 @@ TEST(AccessibilityCopy, CopyIsAnEnabledButtonOrMenuItemLabelledExactly) {
         {{{"AXRole", "AXButton"}, {"AXTitle", "ハイライト"}, {"AXDescription", "Copy"}, {"AXEnabled", 1.0}}, true, true},
         {{{"AXRole", "AXButton"}, {"AXTitle", "Copy"}, {"AXDescription", " \t\n\u3000"}, {"AXEnabled", 0.0}}, true, false},
         {{{"AXRole", "AXMenuItem"}, {"AXTitle", "Copy"}, {"AXEnabled", "true"}}, true, false},
-        {{{"AXRole", "AXMenuItem"}, {"AXTitle", "Copy"}}, true, false},
         {{{"AXRole", "AXMenuItem"}, {"AXTitle", "Copy…"}, {"AXEnabled", 1.0}}, false, false},
-        {{{"AXRole", "AXMenuItem"}, {"AXTitle", " Copy"}, {"AXEnabled", 1.0}}, false, false},
         {{{"AXRole", "AXMenuItem"}, {"AXTitle", "コピー "}, {"AXEnabled", 1.0}}, false, false},
         {{{"AXRole", "AXMenuItem"}, {"AXTitle", "copy"}, {"AXEnabled", 1.0}}, false, false},
-        {{{"AXRole", "AXMenuItem"}, {"AXTitle", "Copy Link"}, {"AXEnabled", 1.0}}, false, false},
         {{{"AXRole", "AXStaticText"}, {"AXTitle", "Copy"}, {"AXEnabled", 1.0}}, false, false},
-        {{{"AXRole", "AXMenuBarItem"}, {"AXTitle", "Copy"}, {"AXEnabled", 1.0}}, false, false},
         {{{"AXTitle", "Copy"}, {"AXEnabled", 1.0}}, false, false},
     };
     testing::FakeAccessibility accessibility;
@@ -84,11 +80,9 @@ TEST(AccessibilityCopy, TheSearchExaminesTwelveLevelsSixtyChildrenAnd240Elements
 TEST(AccessibilityCopy, KindleIsSearchedWindowFirstWithinOneDeadline) {
     // With a Copy in the toolbar or not; one call taking `slowness`; the Copy found, if any.
     const std::vector<std::tuple<const char*, bool, const char*, int, FakeAXNodePtr FakeKindle::*>> rows = {
-        {"the toolbar's Copy first", true, "", 0, &FakeKindle::toolbarCopy},
-        {"else the Edit menu's", false, "", 0, &FakeKindle::menuCopy},
-        {"finding Kindle takes 1.79 s", true, "application 501", 1790, &FakeKindle::toolbarCopy},
+        {"finding Kindle takes 1.79 s, the toolbar's Copy first", true, "application 501", 1790, &FakeKindle::toolbarCopy},
         {"finding Kindle takes 1.8 s", true, "application 501", 1800, nullptr},
-        {"the window takes 1.79 s", false, "window.AXChildren", 1790, &FakeKindle::menuCopy},
+        {"the window takes 1.79 s, then the Edit menu's", false, "window.AXChildren", 1790, &FakeKindle::menuCopy},
         {"the window takes 1.8 s, none left for the menu", false, "window.AXChildren", 1800, nullptr},
     };
     for (const auto& [why, toolbarCopy, slowCall, slowness, found] : rows) {

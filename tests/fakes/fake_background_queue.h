@@ -12,11 +12,9 @@ namespace brisel::testing {
 class FakeBackgroundQueue final : public BackgroundQueuePort {
 public:
     bool runsAtOnce = true;
-    int started = 0;
     std::deque<std::function<void()>> waiting;
 
     void run(std::function<void()> task) override {
-        ++started;
         runsAtOnce ? task() : waiting.push_back(std::move(task));
     }
     bool runNext() {

@@ -35,7 +35,8 @@ inline FakeAXNodePtr axControl(std::string name, std::string role, std::string t
 inline AccessibilityElement axElement(const FakeAXNodePtr& node) { return AccessibilityElement(node); }
 
 // Every call lands in `calls` ("trusted?", "application 501", "timeout Kindle 150", "window.AXRole",
-// "menu copy AXPress"...); `onCall` sees it first, to make Kindle slow or switch applications then.
+// "menu copy AXPress"...); `onCall` sees it first, to make Kindle slow or note the clipboard then.
+// Only the applications given exist.
 class FakeAccessibility final : public AccessibilityPort {
 public:
     std::map<int32_t, FakeAXNodePtr> applications;
@@ -49,8 +50,7 @@ public:
     }
     AccessibilityElement applicationElement(int32_t processID) override {
         log("application " + std::to_string(processID));
-        // Like AXUIElementCreateApplication, any process identifier gives an element.
-        return axElement(applications.contains(processID) ? applications[processID] : axNode("nobody", {}));
+        return axElement(applications.at(processID));
     }
     void setMessagingTimeout(const AccessibilityElement& element, Duration timeout) override {
         log("timeout " + node(element).name + " " + std::to_string(timeout.count()));
@@ -99,10 +99,9 @@ struct FakeKindle {
     FakeAXNodePtr menuCopy = axControl("menu copy", "AXMenuItem", "コピー");
     FakeAXNodePtr toolbarCopy = axControl("toolbar copy", "AXButton", "コピー");
     FakeAXNodePtr toolbar = axNode("toolbar", {}, {axControl("highlight", "AXButton", "ハイライト")});
-    FakeAXNodePtr window = axNode("window", {}, {toolbar});
     FakeAXNodePtr editMenu = axNode("edit menu", {}, {axControl("undo", "AXMenuItem", "取り消す"), menuCopy});
-    FakeAXNodePtr menuBar = axNode("menu bar", {}, {editMenu});
-    FakeAXNodePtr application = axNode("Kindle", {{"AXFocusedWindow", window}, {"AXMenuBar", menuBar}});
+    FakeAXNodePtr application = axNode(
+        "Kindle", {{"AXFocusedWindow", axNode("window", {}, {toolbar})}, {"AXMenuBar", axNode("menu bar", {}, {editMenu})}});
 
     void addToolbarCopy() {
         std::get<std::vector<FakeAXNodePtr>>(toolbar->attributes["AXChildren"]).push_back(toolbarCopy);

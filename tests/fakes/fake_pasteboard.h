@@ -43,19 +43,16 @@ public:
         std::vector<PasteboardReadItem> items;
         for (const auto& item : contents) {
             auto& read = items.emplace_back();
-            for (const auto& [type, bytes] : item) {
+            for (const auto& [type, bytes] : item)
                 read.push_back({type, bytes ? std::optional(PasteboardData(*bytes)) : std::nullopt});
-            }
         }
         completion(std::move(items));
     }
     void readPlainText(Clock::time_point, std::function<void(TextRead)> completion) override {
         if (beforeRead) beforeRead("text");
-        for (const auto& item : contents) {
-            for (const auto& [type, bytes] : item) {
+        for (const auto& item : contents)
+            for (const auto& [type, bytes] : item)
                 if (type == "public.utf8-plain-text") return completion(bytes);
-            }
-        }
         completion(std::nullopt);
     }
     void clear() override {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,28 +20,21 @@ public:
     std::vector<int32_t> activations;
     std::function<void(const RunningApplication&)> onActivate;
 
-    void add(int32_t processID, std::optional<std::string> bundleID) {
-        running.push_back({processID, std::move(bundleID)});
-    }
     void terminate(int32_t processID) {
-        std::erase_if(running, [&](const RunningApplication& application) { return application.processID == processID; });
+        std::erase_if(running, [&](const auto& a) { return a.processID == processID; });
     }
 
     std::optional<RunningApplication> frontmostApplication() const override {
-        for (const auto& application : running) {
-            if (application.processID == frontmostPID) return application;
-        }
-        return std::nullopt;
+        const auto found = std::ranges::find_if(running, [&](const auto& a) { return a.processID == frontmostPID; });
+        return found == running.end() ? std::nullopt : std::optional(*found);
     }
     std::vector<RunningApplication> runningApplications(const std::string& bundleID) const override {
         std::vector<RunningApplication> found;
-        for (const auto& application : running) {
-            if (application.bundleID == bundleID) found.push_back(application);
-        }
+        std::ranges::copy_if(running, std::back_inserter(found), [&](const auto& a) { return a.bundleID == bundleID; });
         return found;
     }
     bool isTerminated(const RunningApplication& application) const override {
-        return std::find(running.begin(), running.end(), application) == running.end();
+        return std::ranges::find(running, application) == running.end();
     }
     void activate(const RunningApplication& application) override {
         activations.push_back(application.processID);

@@ -18,9 +18,7 @@
 
 namespace brisel::testing {
 
-inline std::string kindleCopyOf(const std::string& passage) {
-    return passage + "\n\nDoe, Jane. A Title (p. 12). Kindle Edition.";
-}
+inline std::string kindleCopyOf(const std::string& passage) { return passage + "\n\nDoe, Jane. A Title (p. 12). Kindle Edition."; }
 
 // The companion's side of a capture: `calls` in order ("showPanel", "orderOutPanel",
 // "invalidateSignIn", "status", "status: <error>", "event: <type>"), and the events themselves.
@@ -54,9 +52,7 @@ private:
 // running, the user's clipboard holding a note in two types and an image. Kindle's Copy answers
 // `pressResult` and writes `copied` (none: nothing) during the press, or `copyDelay` after it.
 struct KindleCaptureHarness {
-    static constexpr int32_t kindlePID = 501;
-    static constexpr int32_t companionPID = 4242;
-    static constexpr int32_t editorPID = 777;
+    static constexpr int32_t kindlePID = 501, companionPID = 4242, editorPID = 777;
 
     VirtualMainQueue queue;
     FakeBackgroundQueue background;
