@@ -58,9 +58,7 @@ public:
     }
     void stop() {
         if (pid_ > 0) kill(pid_, SIGKILL), waitpid(std::exchange(pid_, 0), nullptr, 0);
-        for (int* pipe : {&output_, &input_}) {
-            if (*pipe >= 0) close(std::exchange(*pipe, -1));
-        }
+        for (int* pipe : {&output_, &input_}) if (*pipe >= 0) close(std::exchange(*pipe, -1));
     }
 
 private:
@@ -75,8 +73,7 @@ private:
     }
 
     GPid pid_ = 0;
-    int input_ = -1;
-    int output_ = -1;
+    int input_ = -1, output_ = -1;
     std::string buffer_;
 };
 
