@@ -3,8 +3,6 @@
 // user's clipboard is held by another program, and the outcome read back from the page.
 #include "gtk/capture_fixture.h"
 
-#include <signal.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
@@ -34,7 +32,7 @@ class Captures : public testing::CaptureEndToEnd {
 protected:
     // Exactly one outcome, the one expected, and the clipboard by its rule: still the hostile
     // owner's; the user's back, every target byte for byte, served by a live program; or the
-    // text left, Kindle's (once made; a stopped Kindle is woken up to serve it) or another's.
+    // text left, Kindle's (once made) or another's.
     void expect(const Capture& capture) {
         SCOPED_TRACE(capture.why);
         setKindle(capture.kindle);
@@ -54,7 +52,6 @@ protected:
             EXPECT_EQ(clipboard(), usersClipboard());
         } else {
             if (capture.left != stand_in::interference) ASSERT_FALSE(lineFromKindle("copied").empty());
-            kill(kindle->pid(), SIGCONT);
             EXPECT_EQ(clipboardTarget("UTF8_STRING"), "UTF8_STRING\n" + capture.left);
         }
         // Nothing more arrived while the clipboard was looked at.
@@ -78,10 +75,8 @@ TEST_F(Captures, EachCaptureEndsInItsOutcomeAndLeavesTheClipboardByItsRule) {
              {"over 240 scalars", "passage long", {texts::passageTooLong}},
              {"no copy at all", "copy no", {texts::noCopyReceived}},
              {"a copy at 2.1 s", "delay 2100", {texts::noCopyReceived}, kindlesCopy},
-             {"Kindle hangs as its copy's owner", "owner hangs", {texts::noCopyReceived}, kindlesCopy},
              {"a write after Kindle's", "interfere after", {texts::copyUnverified}, stand_in::interference},
              {"a disabled Copy", "control disabled", {texts::copyUnavailable}},
-             {"a Copy gone before the press", "control vanishes", {texts::copyUnavailable}},
              {"the user's clipboard owner hangs", "", {texts::clipboardCannotBeKept}, {}, {"hostile", "hang"}},
          }) {
         expect(capture);
@@ -106,12 +101,8 @@ TEST_F(Captures, TheConsolesCaptureHandsTheFocusToKindleAndReturnToReadingGivesI
 //   BRISEL_CAPTURE_RUNS   how many captures (default 20)
 //   BRISEL_CAPTURE_SEED   the seed, to run a failure again (printed by every run)
 TEST_F(Captures, RandomCapturesEachReachThePageOnceAndKeepTheClipboardRule) {
-    const auto setting = [](const char* name, unsigned otherwise) {
-        const char* value = std::getenv(name);
-        return value ? static_cast<unsigned>(std::strtoul(value, nullptr, 10)) : otherwise;
-    };
-    const unsigned runs = setting("BRISEL_CAPTURE_RUNS", 20);
-    const unsigned seed = setting("BRISEL_CAPTURE_SEED", std::random_device()());
+    const char *runsSet = std::getenv("BRISEL_CAPTURE_RUNS"), *seedSet = std::getenv("BRISEL_CAPTURE_SEED");
+    const unsigned runs = runsSet ? std::stoul(runsSet) : 20, seed = seedSet ? std::stoul(seedSet) : std::random_device()();
     std::cout << "randomized captures: " << runs << ", BRISEL_CAPTURE_SEED=" << seed << std::endl;
     std::mt19937 random(seed);
     for (unsigned run = 0; run < runs && !HasFatalFailure(); ++run) {

@@ -4,18 +4,14 @@
 // X confirming the clipboard is its own. Each line "KNOB VALUE ..." on standard input sets the
 // knobs it names, the others back to their first values, and is answered with "ok":
 //   citation kindle|foreign   passage short|long (over 240 scalars)   delay MS   copy yes|no
-//   owner answers|hangs       after copying, keep serving the clipboard or stop dead (SIGSTOP)
 //   interfere none|after      another X client takes the clipboard right after the copy
-//   control enabled|disabled|vanishes   the button greyed out, or gone once an assistive
-//                             technology has read its name
+//   control enabled|disabled  the button greyed out
 #include <gtk/gtk.h>
-#include <signal.h>
 
 #include <cstdio>
 #include <map>
 #include <sstream>
 #include <string>
-#include <utility>
 
 #include "kindle_stand_in.h"
 
@@ -24,11 +20,10 @@ namespace {
 using namespace brisel::gtk::kindle_stand_in;
 
 const std::map<std::string, std::string> firstValues = {
-    {"citation", "kindle"}, {"passage", "short"}, {"delay", "0"},        {"copy", "yes"},
-    {"owner", "answers"},   {"interfere", "none"}, {"control", "enabled"},
+    {"citation", "kindle"}, {"passage", "short"}, {"delay", "0"},
+    {"copy", "yes"},        {"interfere", "none"}, {"control", "enabled"},
 };
 std::map<std::string, std::string> knobs = firstValues;
-GtkWidget* box = nullptr;
 GtkWidget* copyButton = nullptr;
 gint64 pressedAt = 0;
 GdkDisplay* otherProgram = nullptr;  // a second X connection: another client to X
@@ -49,41 +44,12 @@ gboolean copyNow(gpointer) {
         gdk_display_sync(otherProgram);
     }
     say("copied " + std::to_string(g_get_monotonic_time() - pressedAt));
-    if (knobs["owner"] == "hangs") raise(SIGSTOP);
     return G_SOURCE_REMOVE;
 }
 
 void pressed(GtkButton*, gpointer) {
     pressedAt = g_get_monotonic_time();
     if (knobs["copy"] == "yes") g_timeout_add(static_cast<guint>(std::stoul(knobs["delay"])), copyNow, nullptr);
-}
-
-// The button's accessible name as the toolkit gives it, and as read from outside: with
-// "control vanishes", the button goes right after the answer, before anything else is asked.
-const gchar* (*toolkitName)(AtkObject*) = nullptr;
-const gchar* accessibleName(AtkObject* accessible) {
-    if (copyButton && knobs["control"] == "vanishes" && accessible == gtk_widget_get_accessible(copyButton)) {
-        g_idle_add_full(G_PRIORITY_HIGH, +[](gpointer) -> gboolean {
-            gtk_widget_destroy(copyButton);
-            copyButton = nullptr;
-            return G_SOURCE_REMOVE;
-        }, nullptr, nullptr);
-    }
-    return toolkitName(accessible);
-}
-
-void showCopyButton() {
-    if (!copyButton) {
-        copyButton = gtk_button_new_with_label("コピー");
-        // Not focusable: the name is read only when someone asks for it.
-        gtk_widget_set_can_focus(copyButton, FALSE);
-        g_signal_connect(copyButton, "clicked", G_CALLBACK(pressed), nullptr);
-        gtk_box_pack_start(GTK_BOX(box), copyButton, FALSE, FALSE, 0);
-        gtk_widget_show(copyButton);
-        AtkObjectClass* accessible = ATK_OBJECT_GET_CLASS(gtk_widget_get_accessible(copyButton));
-        if (accessible->get_name != accessibleName) toolkitName = std::exchange(accessible->get_name, accessibleName);
-    }
-    gtk_widget_set_sensitive(copyButton, knobs["control"] != "disabled");
 }
 
 gboolean readCommand(GIOChannel* input, GIOCondition, gpointer) {
@@ -97,7 +63,7 @@ gboolean readCommand(GIOChannel* input, GIOCondition, gpointer) {
     knobs = firstValues;
     std::string knob, value;
     while (words >> knob >> value && knobs.contains(knob)) knobs[knob] = value;
-    showCopyButton();
+    gtk_widget_set_sensitive(copyButton, knobs["control"] != "disabled");
     say(words.eof() ? "ok" : "unknown: " + knob);
     return G_SOURCE_CONTINUE;
 }
@@ -109,10 +75,12 @@ int main(int argc, char** argv) {
     otherProgram = gdk_display_open(nullptr);
     GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_window_set_title(GTK_WINDOW(window), "Kindle");
-    box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 8);
+    GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 8);
     gtk_box_pack_start(GTK_BOX(box), gtk_label_new(passage.c_str()), TRUE, TRUE, 0);
+    copyButton = gtk_button_new_with_label("コピー");
+    g_signal_connect(copyButton, "clicked", G_CALLBACK(pressed), nullptr);
+    gtk_box_pack_start(GTK_BOX(box), copyButton, FALSE, FALSE, 0);
     gtk_container_add(GTK_CONTAINER(window), box);
-    showCopyButton();
     gtk_widget_show_all(window);
     g_io_add_watch(g_io_channel_unix_new(0), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP), readCommand, nullptr);
     gtk_main();
