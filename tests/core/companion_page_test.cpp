@@ -1,7 +1,8 @@
 // The companion as the page's host: readiness and the queue of native events, navigation, the
-// "omvane" channel and the reading strip.
+// "omvane" channel, the reading strip and the panel's frames for the map.
 #include <gtest/gtest.h>
 
+#include "app/panel_geometry.h"
 #include "fakes/companion_harness.h"
 
 namespace brisel {
@@ -119,6 +120,17 @@ TEST(CompanionPage, TheStripsButtonsReachOnlyTheLocalPageWhileItIsReady) {
     EXPECT_TRUE(h.panel.controlsHidden) << "a navigation resets the strip";
     press("http://127.0.0.1:47831/x");
     EXPECT_EQ(h.deliveredEvents(), (std::vector<json>{h.deliveredEvents()[0], {{"type", "returnRequested"}, {"controlId", "note"}}}));
+}
+
+// The edges of the panel's frames; the shell's end-to-end test sees the usual ones.
+TEST(PanelGeometry, FramesShrinkToSmallScreensAndStayInsideSixteenPointMargins) {
+    const Screen left{{0, 0, 1440, 900}, {0, 0, 1440, 875}};
+    const Screen narrow{{0, 0, 400, 600}, {0, 0, 400, 600}};
+    EXPECT_EQ(panelFrame({narrow}, narrow, {1, 1}), (Rect{8, 16, 376, 568}));
+    EXPECT_EQ(panelFrame({narrow, left}, left, {-50, -50}), panelFrame({left}, left, {1, 1})) << "off every screen: the main one";
+    EXPECT_EQ(panelFrame({}, std::nullopt, {0, 0}), (Rect{984, 70, 440, 760})) << "no screen at all";
+    EXPECT_EQ(expandedMapFrame({0, 0, 1280, 800}, {-500, -500, 440, 760}), (Rect{16, 16, 1040, 768}));
+    EXPECT_EQ(expandedMapFrame({0, 0, 2560, 1400}, {1000, 300, 440, 760}), (Rect{700, 260, 1040, 840}));
 }
 
 }  // namespace
