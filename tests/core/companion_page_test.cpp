@@ -14,12 +14,10 @@ using testing::CompanionHarness;
 const json strip = {{"action", "readingControls"}, {"visible", true}, {"controlId", "note"}, {"draft", true},
                     {"pending", false}, {"saving", false}, {"returningAfterSave", false}, {"saveAttempt", 0}};
 
-TEST(CompanionPage, ALoadRemovesTheLabelAndSendsAFreshStatusBeforeTheQueuedEventsInOrder) {
+TEST(CompanionPage, ALoadRemovesTheLabelAndSendsAFreshStatusThenTheQueueLessSelectionsAndOlderStatuses) {
     CompanionHarness h;
     auto& companion = h.launch();
-    for (const char* type : {"status", "captureStarted", "selection", "returnRequested", "status"}) {
-        companion.dispatch({{"type", type}, {"queued", true}});
-    }
+    for (const char* type : {"status", "captureStarted", "selection", "returnRequested", "status"}) companion.dispatch({{"type", type}, {"queued", true}});
     companion.didFinishNavigation();
     EXPECT_EQ(h.panel.startupLabel, std::nullopt);
     std::vector<std::string> delivered;

@@ -9,18 +9,6 @@ namespace {
 
 using nlohmann::json;
 
-TEST(PendingEvents, DropSelectionsKeepOnlyTheNewestStatusAndTheOrderOfTheRest) {
-    PendingEvents queue;
-    int n = 0;
-    for (const char* type : {"status", "captureStarted", "selection", "status", "returnRequested"}) {
-        queue.enqueue({{"type", type}, {"n", n++}});
-    }
-    EXPECT_EQ(queue.take(), (std::vector<NativeEvent>{{{"type", "captureStarted"}, {"n", 1}},
-                                                      {{"type", "status"}, {"n", 3}},
-                                                      {{"type", "returnRequested"}, {"n", 4}}}));
-    EXPECT_TRUE(queue.events().empty());
-}
-
 // In a real JavaScript engine: any text reaches the page unchanged, since the JSON text is the
 // whole literal of `detail`, and the event left for late listeners is never a selection.
 TEST(NativeEventScript, DeliversAnyTextUnchangedAndNeverLeavesASelectionBehind) {
