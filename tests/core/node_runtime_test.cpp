@@ -52,7 +52,7 @@ TEST(NodeRuntime, TheBundledRuntimeOrTheDevelopersByTheModeFile) {
     }
 }
 
-TEST(ServerLaunch, RunsWithTheRuntimeFirstOnPathAndNoNodeSettings) {
+TEST(ServerLaunch, RunsTheScriptOfTheBackendModeWithTheRuntimeFirstOnPathAndNoNodeSettings) {
     testing::TempDir dir;
     makeBundle(dir.path(), {{"MacOS/node", "x"}, {"Resources/server/server.mjs", ""}});
     const Environment inherited{{"PATH", "/usr/bin"}, {"NODE_OPTIONS", "--require x"}, {"NODE_PATH", "/m"}, {"PORT", "3"}, {"HOME", "/h"}};
