@@ -3,11 +3,8 @@
 #include "fuzz_check.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static auto* harness = [] {
-        auto* h = new brisel::testing::CompanionHarness;
-        h->launchAndLoad();
-        return h;
-    }();
+    static auto* const harness = new brisel::testing::CompanionHarness;
+    [[maybe_unused]] static auto& companion = harness->launchAndLoad();
     harness->post(nlohmann::json::parse(data, data + size, nullptr, false));  // in the local page's web view, so sign-in and export take part too
     harness->queue.runUntilIdle();
     for (const auto& line : harness->logLines()) {

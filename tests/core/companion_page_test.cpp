@@ -1,7 +1,8 @@
 // The companion as the page's host: readiness and the queue of native events, navigation, the
-// "omvane" channel and the reading strip.
+// "omvane" channel, the reading strip and the panel's frames for the map.
 #include <gtest/gtest.h>
 
+#include "app/panel_geometry.h"
 #include "fakes/companion_harness.h"
 
 namespace brisel {
@@ -13,12 +14,10 @@ using testing::CompanionHarness;
 const json strip = {{"action", "readingControls"}, {"visible", true}, {"controlId", "note"}, {"draft", true},
                     {"pending", false}, {"saving", false}, {"returningAfterSave", false}, {"saveAttempt", 0}};
 
-TEST(CompanionPage, ALoadRemovesTheLabelAndSendsAFreshStatusBeforeTheQueuedEventsInOrder) {
+TEST(CompanionPage, ALoadRemovesTheLabelAndSendsAFreshStatusThenTheQueueLessSelectionsAndOlderStatuses) {
     CompanionHarness h;
     auto& companion = h.launch();
-    for (const char* type : {"status", "captureStarted", "selection", "returnRequested", "status"}) {
-        companion.dispatch({{"type", type}, {"queued", true}});
-    }
+    for (const char* type : {"status", "captureStarted", "selection", "returnRequested", "status"}) companion.dispatch({{"type", type}, {"queued", true}});
     companion.didFinishNavigation();
     EXPECT_EQ(h.panel.startupLabel, std::nullopt);
     std::vector<std::string> delivered;
@@ -80,7 +79,6 @@ TEST(CompanionPage, OnlyTheLocalPagesMainFrameIsHeardAndEachActionDoesItsOwnThin
         {"nor the page under another host name", dictionary, {}, false, true, {"http", "localhost", 47831}},
         {"nor under HTTP in capitals", dictionary, {}, false, true, {"HTTP", "127.0.0.1", 47831}},
         {"nor on another port", dictionary, {}, false, true, {"http", "127.0.0.1", 8080}},
-        {"an action that is a number", {{"action", 13}}, {}},
         {"quit", {{"action", "quit"}}, {"quit"}},
         {"the expanded map", {{"action", "expandMap"}}, {"resize"}},
         {"compacting a map that is not expanded", {{"action", "compactMap"}}, {}},
@@ -113,12 +111,22 @@ TEST(CompanionPage, TheStripsButtonsReachOnlyTheLocalPageWhileItIsReady) {
         h.post(strip);
         companion.readingControls().perform(BriselReadingControlsModel::returnRequested, "note");
     };
-    press("http://127.0.0.1:47831/x");
-    press("https://example.com/");
+    for (const char* url : {"http://127.0.0.1:47831/x", "https://example.com/"}) press(url);
     companion.didStartProvisionalNavigation();
     EXPECT_TRUE(h.panel.controlsHidden) << "a navigation resets the strip";
     press("http://127.0.0.1:47831/x");
     EXPECT_EQ(h.deliveredEvents(), (std::vector<json>{h.deliveredEvents()[0], {{"type", "returnRequested"}, {"controlId", "note"}}}));
+}
+
+// The edges of the panel's frames; the shell's end-to-end test sees the usual ones.
+TEST(PanelGeometry, FramesShrinkToSmallScreensAndStayInsideSixteenPointMargins) {
+    const Screen left{{0, 0, 1440, 900}, {0, 0, 1440, 875}};
+    const Screen narrow{{0, 0, 400, 600}, {0, 0, 400, 600}};
+    EXPECT_EQ(panelFrame({narrow}, narrow, {1, 1}), (Rect{8, 16, 376, 568}));
+    EXPECT_EQ(panelFrame({narrow, left}, left, {-50, -50}), panelFrame({left}, left, {1, 1})) << "off every screen: the main one";
+    EXPECT_EQ(panelFrame({}, std::nullopt, {0, 0}), (Rect{984, 70, 440, 760})) << "no screen at all";
+    EXPECT_EQ(expandedMapFrame({0, 0, 1280, 800}, {-500, -500, 440, 760}), (Rect{16, 16, 1040, 768}));
+    EXPECT_EQ(expandedMapFrame({0, 0, 2560, 1400}, {1000, 300, 440, 760}), (Rect{700, 260, 1040, 840}));
 }
 
 }  // namespace

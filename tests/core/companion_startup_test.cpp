@@ -65,14 +65,5 @@ TEST(CompanionStartup, AProbeAnswerAfterTheCompanionIsGoneDoesNothing) {
     EXPECT_TRUE(h.webView.loads.empty());
 }
 
-TEST(CloudBackend, IsReadFromTheTrimmedResourceFileAndIsCaseSensitive) {
-    testing::TempDir dir;
-    EXPECT_FALSE(readCloudBackend(std::nullopt) || readCloudBackend(dir.path())) << "no resources, no file";
-    for (const auto& [text, cloud] : std::map<std::string, bool>{{"cloud", true}, {"  cloud\n", true}, {"Cloud", false}}) {
-        testing::writeFile(dir / "backend-mode.txt", text);
-        EXPECT_EQ(readCloudBackend(dir.path()), cloud) << '"' << text << '"';
-    }
-}
-
 }  // namespace
 }  // namespace brisel

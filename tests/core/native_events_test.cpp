@@ -1,7 +1,5 @@
 #include "bridge/native_events.h"
 
-#include <cmath>
-
 #include <gtest/gtest.h>
 
 #include "fakes/page_script_runner.h"
@@ -10,18 +8,6 @@ namespace brisel {
 namespace {
 
 using nlohmann::json;
-
-TEST(PendingEvents, DropSelectionsKeepOnlyTheNewestStatusAndTheOrderOfTheRest) {
-    PendingEvents queue;
-    int n = 0;
-    for (const char* type : {"status", "captureStarted", "selection", "status", "returnRequested"}) {
-        queue.enqueue({{"type", type}, {"n", n++}});
-    }
-    EXPECT_EQ(queue.take(), (std::vector<NativeEvent>{{{"type", "captureStarted"}, {"n", 1}},
-                                                      {{"type", "status"}, {"n", 3}},
-                                                      {{"type", "returnRequested"}, {"n", 4}}}));
-    EXPECT_TRUE(queue.events().empty());
-}
 
 // In a real JavaScript engine: any text reaches the page unchanged, since the JSON text is the
 // whole literal of `detail`, and the event left for late listeners is never a selection.
@@ -32,12 +18,6 @@ TEST(NativeEventScript, DeliversAnyTextUnchangedAndNeverLeavesASelectionBehind) 
     ASSERT_TRUE(run.ran) << run.failure;
     EXPECT_EQ(run.details("omvane:native"), (std::vector<json>{status, selection}));
     EXPECT_EQ(run.lastNative, status);
-}
-
-TEST(NativeEventScript, AnEventThatCannotBeSerialisedIsDropped) {
-    for (const json& value : {json("\xC3\x28"), json(std::nan("")), json{{"deep", -HUGE_VAL}}}) {
-        EXPECT_EQ(nativeEventScript({{"type", "status"}, {"value", value}}), std::nullopt);
-    }
 }
 
 }  // namespace

@@ -88,9 +88,6 @@ TEST(ReadingControls, TheStripShowsWhatTheStateAllows) {
         EXPECT_EQ((std::vector<std::string>{flags, shown.saveTitle, shown.closeTitle, shown.status}),
                   (std::vector<std::string>{std::string("V") + row.flags, row.save, row.close, row.line})) << row.status.dump();
     }
-    EXPECT_FALSE(presentReadingControls(Model()).visible);
-    EXPECT_TRUE(readingControlsUseGlass(26, false, false) && !readingControlsUseGlass(26, true, false) &&
-                !readingControlsUseGlass(26, false, true) && !readingControlsUseGlass(15, false, false));
 }
 
 }  // namespace

@@ -67,7 +67,6 @@ struct CompanionHarness : FakeDesktop {
     Companion& launch(CompanionSettings settings = {}) {
         settings.resources = resources;
         settings.logFolder = home / "logs";
-        settings.processID = 4242;
         companion = std::make_unique<Companion>(ports(queue, http, launcher), std::move(settings));
         companion->applicationDidFinishLaunching();
         return *companion;

@@ -21,9 +21,8 @@ const copy = (value) => (value === undefined ? null : JSON.parse(JSON.stringify(
 process.on('uncaughtException', (error) => report.errors.push(String(error)));
 globalThis.window = Object.assign(new EventTarget(), { location: { origin: input.origin } });
 globalThis.location = window.location;
-for (const type of ['omvane:native', 'brisel:export-result', 'brisel:auth-result']) {
+for (const type of ['omvane:native', 'brisel:export-result', 'brisel:auth-result'])
   window.addEventListener(type, (event) => report.received.push({ type, detail: copy(event.detail) }));
-}
 const AsyncFunction = (async () => {}).constructor;
 (async () => {
   for (const { source, functionBody, arguments: values } of input.steps) {
@@ -45,14 +44,8 @@ PageRun runPage(const json& steps, const PageSetup& setup) {
                                     (dir / "input.json").string() + "' > '" + (dir / "report.json").string() + "'").c_str());
     const std::string text = readFile(dir / "report.json");
     const json report = json::parse(text, nullptr, false);
-    PageRun run;
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || !report.is_object()) {
-        run.failure = "node failed (its standard error is above): " + text;
-        return run;
-    }
-    run.ran = true;
-    run.received = report["received"];
-    run.lastNative = report["lastNative"];
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || !report.is_object()) return {false, "node failed (its standard error is above): " + text};
+    PageRun run{true, "", report["received"], report["lastNative"]};
     for (const auto& error : report["errors"]) run.failure += error.get<std::string>() + "; ";
     return run;
 }
@@ -69,12 +62,6 @@ PageRun runPageCalls(const std::vector<AsyncCall>& calls, const PageSetup& setup
     json steps = json::array();
     for (const auto& call : calls) steps.push_back({{"functionBody", call.functionBody}, {"arguments", call.arguments}});
     return runPage(steps, setup);
-}
-
-std::vector<nlohmann::json> PageRun::details(const std::string& type) const {
-    std::vector<json> found;
-    for (const auto& event : received) if (event["type"] == type) found.push_back(event["detail"]);
-    return found;
 }
 
 }  // namespace brisel::testing

@@ -24,7 +24,11 @@ struct PageRun {
     nlohmann::json received = nlohmann::json::array();  // [{"type", "detail"}] in arrival order
     nlohmann::json lastNative;                          // window.__omvaneLastNative at the end
 
-    std::vector<nlohmann::json> details(const std::string& type) const;  // of the events `type`
+    std::vector<nlohmann::json> details(const std::string& type) const {  // of the events `type`
+        std::vector<nlohmann::json> found;
+        for (const auto& event : received) if (event["type"] == type) found.push_back(event["detail"]);
+        return found;
+    }
 };
 
 // One fresh page in a real JavaScript engine (node; $BRISEL_NODE or `node` on the PATH), with

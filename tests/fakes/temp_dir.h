@@ -12,22 +12,15 @@ namespace brisel::testing {
 // A fresh folder under the system's temporary folder, removed with everything in it.
 class TempDir {
 public:
-    TempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "brisel-test-XXXXXX").string();
-        path_ = ::mkdtemp(pattern.data());
-    }
-    ~TempDir() {
-        std::error_code error;
-        std::filesystem::remove_all(path_, error);
-    }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
+    TempDir() : path_(::mkdtemp((std::filesystem::temp_directory_path() / "brisel-test-XXXXXX").string().data())) {}
+    ~TempDir() { std::error_code ignored; std::filesystem::remove_all(path_, ignored); }
+    TempDir(const TempDir&) = delete;  // one owner removes the folder; the const path forbids assignment
 
     const std::filesystem::path& path() const { return path_; }
     std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
 
 private:
-    std::filesystem::path path_;
+    const std::filesystem::path path_;
 };
 
 inline void writeFile(const std::filesystem::path& path, const std::string& text) {
