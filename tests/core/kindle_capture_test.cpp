@@ -4,6 +4,8 @@
 #include <chrono>
 #include <functional>
 #include <optional>
+#include <random>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -25,7 +27,8 @@ using testing::plainText;
 
 const std::string measurementID = "0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef";
 
-std::string repeated(const std::string& piece, size_t times) { std::string text; while (times--) text += piece; return text; }
+// 120 two-scalar emoji: 240 scalars, 480 UTF-16 units, 960 bytes.
+const std::string emoji120 = [] { std::string text; for (int i = 0; i < 120; ++i) text += "👍🏽"; return text; }();
 void fromPanel(Harness& h) { h.applications.frontmostPID = Harness::companionPID; }
 void switchAway(Harness& h) { h.applications.frontmostPID = Harness::editorPID; }
 void otherCopies(Harness& h) { h.pasteboard.replace(plainText("the editor's"), "other"); }
@@ -42,7 +45,6 @@ Knob atRead(const std::string& kind, int nth, void (*then)(Harness&), bool after
 }
 // Runs `then` on the main queue before the search's find gets there.
 Knob beforeTheHop(void (*then)(Harness&)) { return [then](Harness& h) { h.queue.post([&h, then] { then(h); }); }; }
-void kindleCopies(Harness& h) { h.pasteboard.replace(plainText(kindleCopyOf("Some passage.")), "kindle"); }
 
 // What the clipboard must be when the capture ends: nobody wrote, the user's items are back over
 // Kindle's copy, or the last write stays: Kindle's (as the sentence says) or another program's.
@@ -52,25 +54,18 @@ TEST(KindleCapture, EndsInOneSentenceOrTheSelectionAndLeavesTheClipboardAsItSays
     const std::vector<std::tuple<const char*, const char*, std::string, Knob>> rows = {
         {"another application in front", selectInKindle, untouched, switchAway},
         {"nothing in front", selectInKindle, untouched, [](auto& h) { h.applications.frontmostPID.reset(); }},
-        {"no bundle identifier in front", selectInKindle, untouched,
-         [](auto& h) { h.applications.running.push_back({888, {}}); h.applications.frontmostPID = 888; }},
         {"Kindle not running", openKindle, untouched, [](auto& h) { fromPanel(h); h.applications.terminate(Harness::kindlePID); }},
         {"Kindle never comes forward", kindleNotBroughtForward, untouched, fromPanel},
         {"the page not loaded", pageNotReady, untouched, [](auto& h) { h.host.ready = false; }},
         {"no accessibility permission", allowAccessibility, untouched, [](auto& h) { h.accessibility.trusted = false; }},
         {"switched away during the search", switchedDuringSearch, untouched, beforeTheHop(switchAway)},
         {"Copy greyed out", copyUnavailable, untouched, copyGreyedOut},
-        {"no Copy", copyUnavailable, untouched, [](auto& h) { h.kindle.menuCopy->attributes["AXTitle"] = "ペースト"; }},
         {"Copy greyed out after the search", copyUnavailableChooseAgain, untouched, beforeTheHop(copyGreyedOut)},
-        {"a promised type never produced", clipboardCannotBeKept, untouched,
-         [](auto& h) { h.pasteboard.contents[1].push_back({"promised", {}}); }},
         {"an owner that will not tell", clipboardCannotBeKept, untouched, [](auto& h) { h.pasteboard.ownerRefuses = true; }},
         {"a copy during the snapshot", clipboardCannotBeKept, others, atRead("items", 1, otherCopies)},
         {"a copy before the press", changedBeforeCopy, others, atRead("changeCount", 3, otherCopies)},
         {"switched away before the press", changedBeforeCopy, untouched, atRead("items", 1, switchAway)},
         {"the press fails", copyNotConfirmed, untouched, [](auto& h) { h.pressResult = -25205; h.copied.reset(); }},
-        {"switched away during the wait", switchedDuringCopy, untouched,
-         [](auto& h) { h.copied.reset(); h.queue.postAfter(220ms, [&h] { switchAway(h); }); }},
         {"Kindle's process identifier taken over", switchedDuringCopy, untouched,
          [](auto& h) { h.copied.reset(); h.queue.postAfter(220ms, [&h] { h.applications.running[1].bundleID = "x"; }); }},
         {"Kindle copies nothing", noCopyReceived, untouched, [](auto& h) { h.copied.reset(); }},
@@ -80,15 +75,14 @@ TEST(KindleCapture, EndsInOneSentenceOrTheSelectionAndLeavesTheClipboardAsItSays
         {"switched away after Kindle's copy", changedAfterCopy, kindles, atRead("changeCount", 1, switchAway, true)},
         {"a copy after Kindle's", changedAfterCopy, others, atRead("changeCount", 2, otherCopies, true)},
         {"an unconfirmed press of a good copy", unconfirmedCopyRefused, restored, [](auto& h) { h.pressResult = -25204; }},
-        {"241 scalars", passageTooLong, restored, [](auto& h) { h.copied = kindleCopyOf(repeated("あ", 241)); }},
-        {"121 two-scalar emoji", passageTooLong, restored, [](auto& h) { h.copied = kindleCopyOf(repeated("👍🏽", 120) + "a"); }},
+        // Scalars are counted, not bytes, UTF-16 units, characters or the citation's length.
+        {"241 scalars in 121 characters", passageTooLong, restored, [](auto& h) { h.copied = kindleCopyOf(emoji120 + "a"); }},
         {"240 scalars, with a long citation", "selection", restored,
-         [](auto& h) { h.copied = repeated("あ", 240) + "\n\nDoe, Jane. " + repeated("t", 600) + " (p. 1). Kindle Edition."; }},
-        {"120 two-scalar emoji", "selection", restored, [](auto& h) { h.copied = kindleCopyOf(repeated("👍🏽", 120)); }},
+         [](auto& h) { h.copied = emoji120 + "\n\nDoe, Jane. " + std::string(600, 't') + " (p. 1). Kindle Edition."; }},
         {"Kindle copies right after a round saw no change", "selection", restored,
-         [](auto& h) { h.copied.reset(); atRead("changeCount", 5, kindleCopies)(h); }},
-        {"an empty clipboard, left empty", "selection", restored, [](auto& h) { h.pasteboard.contents.clear(); }},
-        {"the toolbar's Copy rather than the menu's", "selection", restored, [](auto& h) { h.kindle.addToolbarCopy(); }},
+         [](auto& h) {
+             h.copied.reset();
+             atRead("changeCount", 5, [](auto& h) { h.pasteboard.replace(plainText(kindleCopyOf("Some passage.")), "kindle"); })(h); }},
         {"blank and image writes waited past", "selection", restored, [](auto& h) {
              h.copyDelay = 500ms;
              h.queue.postAfter(100ms, [&h] { h.pasteboard.replace(plainText(" \n\u3000"), "kindle"); });
@@ -257,6 +251,90 @@ TEST(KindleCapture, ReturnAfterSaveHandsTheFocusBackToKindle) {
                             {"success", h.applications.frontmostPID == Harness::kindlePID}};
         if (!calls.empty()) EXPECT_EQ(h.host.events.back(), reported) << why;
     }
+}
+
+// Captures with everything around them at random: when and what Kindle copies, other programs
+// writing (even between two reads of one round), the user switching away, clipboards that cannot
+// be read, every kind of press result. Each ends in exactly one outcome, the capture writes only
+// right over Kindle's own copy, and the user's clipboard is back exactly when the outcome says so.
+const std::set<std::string> restoring = {"selection", passageTooLong, unconfirmedCopyRefused};
+const std::set<std::string> leavingKindlesCopy = {copyUnverified, switchedDuringCopy, changedAfterCopy};
+
+struct Dice {
+    std::mt19937 engine{42};
+    bool chance(double p) { return std::bernoulli_distribution(p)(engine); }
+    int between(int low, int high) { return std::uniform_int_distribution<int>(low, high)(engine); }
+    std::optional<Duration> sometimes(double p, int low, int high) {
+        return chance(p) ? std::optional(Duration(between(low, high))) : std::nullopt;
+    }
+    std::string passage() {
+        std::string text = "P.";
+        for (int i = chance(0.2) ? between(230, 250) : between(1, 60); i > 2; --i) text.insert(1, chance(0.5) ? "語" : "a");
+        return text;
+    }
+    std::string kindleText() {
+        return chance(0.8) ? kindleCopyOf(passage()) : passage() + "\n\nDoe, Jane. A Title (p. 12). Kindle";
+    }
+};
+
+TEST(ClipboardSafety, TheUsersClipboardSurvivesEveryCapture) {
+    std::set<std::string> outcomes;
+    Dice dice;
+    for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE("capture " + std::to_string(round));
+        Harness h;
+        // The user's note and image, an empty clipboard, or an item whose promised type never comes.
+        if (dice.chance(0.2)) h.pasteboard.contents.clear();
+        else if (dice.chance(0.03)) h.pasteboard.contents[0].push_back({"com.example.promised", std::nullopt});
+        const int press = dice.between(0, 99);
+        h.pressResult = press < 75 ? 0 : press < 90 ? accessibility_error::cannotComplete : -25205;
+        h.copied = press < 90 && dice.chance(0.9) ? std::optional(dice.kindleText()) : std::nullopt;
+        h.copyDelay = dice.sometimes(0.6, 1, 2500);
+        for (int writes = dice.chance(0.35) ? dice.between(1, 3) : 0; writes > 0; --writes) {  // blank or text
+            const auto write = [&h, text = dice.chance(0.6) ? dice.passage() : " "] { h.pasteboard.replace(plainText(text), "other"); };
+            h.queue.postAfter(Duration(dice.between(0, 3000)), write);
+        }
+        const auto away = dice.sometimes(0.15, 0, 2500);
+        if (away) h.queue.postAfter(*away, [&h] { switchAway(h); });
+
+        // The clipboard when Copy was pressed, and when the outcome came.
+        std::optional<testing::FakePasteboardContents> atPress;
+        h.accessibility.onCall = [&](const std::string& call) {
+            if (call.ends_with("AXPress")) atPress = h.pasteboard.contents;
+        };
+        std::optional<std::pair<testing::FakePasteboardContents, std::vector<std::string>>> atOutcome;
+        h.host.onCall = [&](const std::string& call) {
+            if (call.starts_with("status")) atOutcome = {h.pasteboard.contents, h.pasteboard.log};
+        };
+        // A write between two reads: another program's at any time, Kindle's once it was pressed.
+        if (dice.chance(0.2)) {
+            const bool kindle = dice.chance(0.4);
+            h.pasteboard.beforeRead = [&h, &atPress, kindle, at = dice.between(1, kindle ? 6 : 24), reads = 0,
+                                       text = kindle ? dice.kindleText() : dice.passage()](const std::string&) mutable {
+                if ((atPress || !kindle) && ++reads == at) h.pasteboard.replace(plainText(text), kindle ? "kindle" : "other");
+            };
+        }
+
+        h.request(Duration(10000));
+
+        const std::string outcome = h.outcome();
+        outcomes.insert(outcome);
+        ASSERT_FALSE(outcome.ends_with(" outcomes")) << outcome;
+        ASSERT_EQ(h.queue.pendingTasks(), 0u);
+        EXPECT_FALSE(h.capture->captureInFlight() || h.capture->captureHandoffInFlight());
+        const auto& [contents, log] = *atOutcome;
+        const auto clear = std::find(log.begin(), log.end(), "clear");
+        EXPECT_EQ(clear != log.end(), restoring.count(outcome) == 1) << outcome;
+        EXPECT_EQ(std::count(h.pasteboard.log.begin(), h.pasteboard.log.end(), "clear"), clear != log.end() ? 1 : 0);
+        if (clear != log.end()) {
+            EXPECT_TRUE(clear != log.begin() && clear[-1] == "kindle") << "wrote over somebody else's clipboard";
+            EXPECT_EQ(contents, atPress.value());
+        } else if (!log.empty() && log.back() == "kindle") {
+            EXPECT_EQ(leavingKindlesCopy.count(outcome), 1u) << outcome;
+        }
+        if (outcome == clipboardCannotBeKept) EXPECT_FALSE(atPress) << "pressed without a snapshot";
+    }
+    EXPECT_EQ(outcomes.size(), 10u) << "the chances reach every outcome once Copy is found";
 }
 
 }  // namespace
