@@ -1,22 +1,127 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "capture/capture_host.h"
 #include "capture/kindle_capture.h"
-#include "fakes/fake_background_queue.h"
 #include "fakes/fake_kindle_accessibility.h"
-#include "fakes/fake_pasteboard.h"
-#include "fakes/fake_running_applications.h"
 #include "fakes/virtual_main_queue.h"
+#include "platform/background_queue_port.h"
+#include "platform/pasteboard_port.h"
+#include "platform/running_applications_port.h"
 
+// The capture's ports as fakes, and a capture over them on virtual time.
 namespace brisel::testing {
+
+// Runs background tasks at once on the caller's thread, or holds them until the test runs them
+// (to let the user switch applications while a search is under way).
+class FakeBackgroundQueue final : public BackgroundQueuePort {
+public:
+    bool runsAtOnce = true;
+    std::vector<std::function<void()>> held;
+
+    void run(std::function<void()> task) override { runsAtOnce ? task() : held.push_back(std::move(task)); }
+    void runHeld() {
+        for (auto tasks = std::exchange(held, {}); auto& task : tasks) task();
+    }
+};
+
+// The desktop's applications; an application that quits leaves `running`. Activation does
+// nothing by itself: `onActivate` decides when, or whether, the application comes forward.
+class FakeRunningApplications final : public RunningApplicationsPort {
+public:
+    std::vector<RunningApplication> running;
+    std::optional<int32_t> frontmostPID;
+    std::vector<int32_t> activations;
+    std::function<void(const RunningApplication&)> onActivate;
+
+    void terminate(int32_t processID) {
+        std::erase_if(running, [&](const auto& a) { return a.processID == processID; });
+    }
+
+    std::optional<RunningApplication> frontmostApplication() const override {
+        const auto found = std::ranges::find_if(running, [&](const auto& a) { return a.processID == frontmostPID; });
+        return found == running.end() ? std::nullopt : std::optional(*found);
+    }
+    std::vector<RunningApplication> runningApplications(const std::string& bundleID) const override {
+        std::vector<RunningApplication> found;
+        std::ranges::copy_if(running, std::back_inserter(found), [&](const auto& a) { return a.bundleID == bundleID; });
+        return found;
+    }
+    bool isTerminated(const RunningApplication& application) const override {
+        return std::ranges::find(running, application) == running.end();
+    }
+    void activate(const RunningApplication& application) override {
+        activations.push_back(application.processID);
+        if (onActivate) onActivate(application);
+    }
+    std::optional<std::string> ownBundleID() const override { return "app.brisel.Brisel"; }
+};
+
+// Items of (type, bytes) pairs; no bytes for a promised type whose owner cannot produce the data.
+using FakePasteboardContents = std::vector<std::vector<std::pair<std::string, std::optional<std::string>>>>;
+
+inline FakePasteboardContents plainText(const std::string& text) { return {{{"public.utf8-plain-text", text}}}; }
+
+// The general pasteboard in memory. `log` names every change in order: the writer `replace` was
+// given (Kindle, other programs), "clear" and "write" for the capture's own. `beforeRead` runs
+// before every read ("changeCount", "items", "text"), for a write between two reads. Reads
+// answer at once, as on macOS; `ownerRefuses` is an owner that will not say what it holds.
+class FakePasteboard final : public PasteboardPort {
+public:
+    FakePasteboardContents contents;
+    int64_t count = 1;
+    std::vector<std::string> log;
+    std::function<void(const std::string& read)> beforeRead;
+    bool ownerRefuses = false;
+
+    void replace(FakePasteboardContents newContents, std::string writer) {
+        contents = std::move(newContents);
+        ++count;
+        log.push_back(std::move(writer));
+    }
+
+    int64_t changeCount() const override {
+        if (beforeRead) beforeRead("changeCount");
+        return count;
+    }
+    void readItems(Clock::time_point, std::function<void(ItemsRead)> completion) override {
+        if (beforeRead) beforeRead("items");
+        if (ownerRefuses) return completion(std::nullopt);
+        std::vector<PasteboardReadItem> items;
+        for (const auto& item : contents) {
+            auto& read = items.emplace_back();
+            for (const auto& [type, bytes] : item)
+                read.push_back({type, bytes ? std::optional(PasteboardData(*bytes)) : std::nullopt});
+        }
+        completion(std::move(items));
+    }
+    void readPlainText(Clock::time_point, std::function<void(TextRead)> completion) override {
+        if (beforeRead) beforeRead("text");
+        for (const auto& item : contents)
+            for (const auto& [type, bytes] : item)
+                if (type == "public.utf8-plain-text") return completion(bytes);
+        completion(std::nullopt);
+    }
+    void clear() override { replace({}, "clear"); }
+    bool write(const std::vector<PasteboardItem>& items) override {
+        for (const auto& item : items) {
+            auto& stored = contents.emplace_back();
+            for (const auto& [type, data] : item) stored.push_back({type, std::string(data.bytes())});
+        }
+        log.push_back("write");
+        return true;
+    }
+};
 
 inline std::string kindleCopyOf(const std::string& passage) { return passage + "\n\nDoe, Jane. A Title (p. 12). Kindle Edition."; }
 
