@@ -177,7 +177,7 @@ struct KindleCaptureHarness {
             {companionPID, "app.brisel.Brisel"}, {kindlePID, "com.amazon.Lassen"}, {editorPID, "org.example.editor"}};
         applications.frontmostPID = kindlePID;
         accessibility.applications[kindlePID] = kindle.application;
-        kindle.menuCopy->press = kindle.toolbarCopy->press = [this] {
+        kindle.menuCopy->press = [this] {
             const auto write = [this, text = copied] { if (text) pasteboard.replace(plainText(*text), "kindle"); };
             copyDelay ? queue.postAfter(*copyDelay, write) : write();
             return pressResult;
