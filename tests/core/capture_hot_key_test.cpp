@@ -71,8 +71,6 @@ TEST(CaptureHotKey, ReplacingTheKeyNeverLeavesTheUserWithoutOne) {
              {"a free key", controlCommandJ, std::nullopt, {"register 38/4352", "unregister 40/2304"}, {{38, controlCommand}},
               [](auto&) {}},
              {"the same key", optionCommandK, std::nullopt, {}, oldKey, [](auto&) {}},
-             {"a taken key", controlCommandJ, jTaken, tried, oldKey,
-              [](auto& l) { l.hotKeys.takenByOthers.insert({38, controlCommand}); }},
              {"no reference", controlCommandJ, jTaken, tried, oldKey, [](auto& l) { l.hotKeys.answersWithoutRef = true; }},
              {"an error", controlCommandJ, jTaken, tried, oldKey, [](auto& l) { l.hotKeys.answersErrorWithRef = true; }}}) {
         Launched l;
