@@ -8,7 +8,7 @@
 #include <tuple>
 #include <vector>
 
-#include "fakes/fake_kindle_accessibility.h"
+#include "fakes/kindle_capture_harness.h"
 
 namespace brisel {
 namespace {
