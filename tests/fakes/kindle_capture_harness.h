@@ -88,9 +88,7 @@ public:
     }
 
 private:
-    static FakeAXNode& node(const AccessibilityElement& element) {
-        return *static_cast<FakeAXNode*>(const_cast<void*>(element.get()));
-    }
+    static FakeAXNode& node(const AccessibilityElement& of) { return *static_cast<FakeAXNode*>(const_cast<void*>(of.get())); }
     void log(std::string call) {
         if (onCall) onCall(call);
         calls.push_back(std::move(call));
@@ -128,9 +126,7 @@ public:
     std::vector<std::function<void()>> held;
 
     void run(std::function<void()> task) override { runsAtOnce ? task() : held.push_back(std::move(task)); }
-    void runHeld() {
-        for (auto tasks = std::exchange(held, {}); auto& task : tasks) task();
-    }
+    void runHeld() { for (auto tasks = std::exchange(held, {}); auto& task : tasks) task(); }
 };
 
 // The desktop's applications; an application that quits leaves `running`. Activation does
@@ -142,9 +138,7 @@ public:
     std::vector<int32_t> activations;
     std::function<void(const RunningApplication&)> onActivate;
 
-    void terminate(int32_t processID) {
-        std::erase_if(running, [&](const auto& a) { return a.processID == processID; });
-    }
+    void terminate(int32_t processID) { std::erase_if(running, [&](const auto& a) { return a.processID == processID; }); }
 
     std::optional<RunningApplication> frontmostApplication() const override {
         const auto found = std::ranges::find_if(running, [&](const auto& a) { return a.processID == frontmostPID; });
@@ -293,9 +287,8 @@ struct KindleCaptureHarness {
     // "selection", or the sentence of the one status that ended the capture.
     std::string outcome() const {
         std::vector<std::string> statuses;
-        for (const auto& call : host.calls) {
+        for (const auto& call : host.calls)
             if (call.starts_with("status")) statuses.push_back(call == "status" ? "selection" : call.substr(8));
-        }
         return statuses.size() == 1 ? statuses[0] : std::to_string(statuses.size()) + " outcomes";
     }
 
