@@ -45,6 +45,7 @@ Knob atRead(const std::string& kind, int nth, void (*then)(Harness&), bool after
 }
 // Runs `then` on the main queue before the search's find gets there.
 Knob beforeTheHop(void (*then)(Harness&)) { return [then](Harness& h) { h.queue.post([&h, then] { then(h); }); }; }
+void kindleCopies(Harness& h) { h.pasteboard.replace(plainText(kindleCopyOf("Some passage.")), "kindle"); }
 
 // What the clipboard must be when the capture ends: nobody wrote, the user's items are back over
 // Kindle's copy, or the last write stays: Kindle's (as the sentence says) or another program's.
@@ -78,9 +79,7 @@ TEST(KindleCapture, EndsInOneSentenceOrTheSelectionAndLeavesTheClipboardAsItSays
         {"240 scalars, with a long citation", "selection", restored,
          [](auto& h) { h.copied = emoji120 + "\n\nDoe, Jane. " + std::string(600, 't') + " (p. 1). Kindle Edition."; }},
         {"Kindle copies right after a round saw no change", "selection", restored,
-         [](auto& h) {
-             h.copied.reset();
-             atRead("changeCount", 5, [](auto& h) { h.pasteboard.replace(plainText(kindleCopyOf("Some passage.")), "kindle"); })(h); }},
+         [](auto& h) { h.copied.reset(); atRead("changeCount", 5, kindleCopies)(h); }},
         {"blank and image writes waited past", "selection", restored, [](auto& h) {
              h.copyDelay = 500ms;
              h.queue.postAfter(100ms, [&h] { h.pasteboard.replace(plainText(" \n\u3000"), "kindle"); });
@@ -290,18 +289,13 @@ TEST(ClipboardSafety, TheUsersClipboardSurvivesEveryCapture) {
             const auto write = [&h, text = dice.chance(0.6) ? dice.passage() : " "] { h.pasteboard.replace(plainText(text), "other"); };
             h.queue.postAfter(Duration(dice.between(0, 3000)), write);
         }
-        const auto away = dice.sometimes(0.15, 0, 2500);
-        if (away) h.queue.postAfter(*away, [&h] { switchAway(h); });
+        if (const auto away = dice.sometimes(0.15, 0, 2500)) h.queue.postAfter(*away, [&h] { switchAway(h); });
 
         // The clipboard when Copy was pressed, and when the outcome came.
         std::optional<testing::FakePasteboardContents> atPress;
-        h.accessibility.onCall = [&](const std::string& call) {
-            if (call.ends_with("AXPress")) atPress = h.pasteboard.contents;
-        };
+        h.accessibility.onCall = [&](auto& call) { if (call.ends_with("AXPress")) atPress = h.pasteboard.contents; };
         std::optional<std::pair<testing::FakePasteboardContents, std::vector<std::string>>> atOutcome;
-        h.host.onCall = [&](const std::string& call) {
-            if (call.starts_with("status")) atOutcome = {h.pasteboard.contents, h.pasteboard.log};
-        };
+        h.host.onCall = [&](auto& call) { if (call.starts_with("status")) atOutcome = {h.pasteboard.contents, h.pasteboard.log}; };
         // A write between two reads: another program's at any time, Kindle's once it was pressed.
         if (dice.chance(0.2)) {
             const bool kindle = dice.chance(0.4);
