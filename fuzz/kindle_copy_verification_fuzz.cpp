@@ -60,16 +60,6 @@ std::optional<std::optional<VerifiedKindleCopy>> literalAnswer(std::string_view 
                               utf8(matcher->group(3, status)) + " " + utf8(matcher->group(4, status))};
 }
 
-void verify(std::string_view raw) {
-    const auto copy = brisel::verifiedKindleCopy(raw);
-    require(!copy || (brisel::isValidUTF8(raw) && !copy->text.empty() && copy->text.find('\r') == std::string::npos &&
-                      brisel::trimWhitespaceAndNewlines(copy->text) == copy->text &&
-                      brisel::trimWhitespaceAndNewlines(copy->title) == copy->title),
-            "an accepted copy is UTF-8, with a trimmed passage of line feeds only and a trimmed title");
-    const auto literal = literalAnswer(raw);
-    require(!literal || *literal == copy, "the answer is the literal one");
-}
-
 // A citation-shaped text with its slots filled ("|" moves on), so that mutations explore near misses
 // of Kindle's shape: ICU is not instrumented and gives the fuzzer no guidance.
 std::string kindleShaped(std::string_view slots) {
@@ -86,6 +76,13 @@ std::string kindleShaped(std::string_view slots) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     const std::string_view rest = brisel::fuzz::text(data + 1, size - 1);
-    verify(data[0] & 1 ? kindleShaped(rest) : std::string(rest));
+    const std::string raw = data[0] & 1 ? kindleShaped(rest) : std::string(rest);
+    const auto copy = brisel::verifiedKindleCopy(raw);
+    require(!copy || (brisel::isValidUTF8(raw) && !copy->text.empty() && copy->text.find('\r') == std::string::npos &&
+                      brisel::trimWhitespaceAndNewlines(copy->text) == copy->text &&
+                      brisel::trimWhitespaceAndNewlines(copy->title) == copy->title),
+            "an accepted copy is UTF-8, with a trimmed passage of line feeds only and a trimmed title");
+    const auto literal = literalAnswer(raw);
+    require(!literal || *literal == copy, "the answer is the literal one");
     return 0;
 }

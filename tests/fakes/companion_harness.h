@@ -5,14 +5,10 @@
 #include "app/companion.h"
 #include "core/auth_fakes.h"
 #include "core/shortcut_fakes.h"
-#include "fakes/fake_background_queue.h"
-#include "fakes/fake_kindle_accessibility.h"
-#include "fakes/fake_pasteboard.h"
 #include "fakes/fake_ports.h"
-#include "fakes/fake_running_applications.h"
 #include "fakes/fake_save_panel.h"
+#include "fakes/kindle_capture_harness.h"
 #include "fakes/temp_dir.h"
-#include "fakes/virtual_main_queue.h"
 
 namespace brisel::testing {
 

@@ -14,13 +14,10 @@ namespace brisel::testing {
 // threads may post to it.
 class VirtualMainQueue : public MainQueue {
 public:
-    Clock::time_point now() const override {
-        std::lock_guard guard(mutex_);
-        return now_;
-    }
+    Clock::time_point now() const override { std::lock_guard guard(mutex_); return now_; }
     void post(std::function<void()> task) override { postAfter(Duration(0), std::move(task)); }
     void postAfter(Duration delay, std::function<void()> task) override {
-        const auto due = now() + delay;
+        const auto due = now() + delay;  // the real clock's, in a subclass
         std::lock_guard guard(mutex_);
         tasks_.emplace(std::make_pair(due, sequence_++), std::move(task));
     }
@@ -33,10 +30,7 @@ public:
         now_ = until;
     }
     void runUntilIdle() { advance(Duration(0)); }
-    size_t pendingTasks() const {
-        std::lock_guard guard(mutex_);
-        return tasks_.size();
-    }
+    size_t pendingTasks() const { std::lock_guard guard(mutex_); return tasks_.size(); }
 
 private:
     std::function<void()> takeDue(Clock::time_point until) {
