@@ -58,7 +58,6 @@ TEST(KeyBinding, LabelAndPageValueFollowTheLayoutWhileTheCodeStaysThePhysicalKey
 TEST(ShortcutValidation, EachRuleInItsOrder) {
     const struct { Action action; BriselKeyBinding binding; const char *expected, *why; } rows[] = {
         {Action::returnToReading, {Esc, 0}, nullptr, "Esc alone returns to reading"},
-        {Action::capture, {96, opt | cmd}, texts::keyOutsideTable, "F5 is outside the table"},
         {Action::returnToReading, {10, 0}, texts::keyOutsideTable, "the table comes before the Esc rule"},
         {Action::returnToReading, {Esc, 0x0400}, texts::keyOutsideTable, "a foreign modifier bit, even on Esc"},
         {Action::returnToReading, {Esc, shift}, texts::needsCommandOrControl, "Esc with a modifier"},
