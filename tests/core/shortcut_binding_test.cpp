@@ -19,14 +19,6 @@ constexpr uint32_t K = 40, Q = 12, Return = 36, Space = 49, Esc = 53;
 
 std::optional<std::string> message(const char* text) { return text ? std::optional<std::string>(text) : std::nullopt; }
 
-TEST(KeyBinding, FromAnEventKeepsTheKeyCodeAndOnlyTheFourModifiers) {
-    for (const auto& [flags, modifiers] : std::vector<std::pair<uint64_t, uint32_t>>{
-             {event_modifier::command | 1u << 16, cmd}, {event_modifier::shift | 1u << 23, shift},
-             {event_modifier::option | 0xFFFF, opt}, {event_modifier::control, ctrl}}) {
-        EXPECT_EQ(BriselKeyBinding::fromEvent({122, flags}), BriselKeyBinding({122, modifiers})) << flags;
-    }
-}
-
 TEST(KeyBinding, LabelAndPageValueFollowTheLayoutWhileTheCodeStaysThePhysicalKey) {
     const FakeKeyboardLayout us = FakeKeyboardLayout::us(), none;
     FakeKeyboardLayout odd;  // AZERTY's A on Q and é on 2, and what no layout can change

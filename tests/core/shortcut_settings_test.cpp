@@ -72,9 +72,9 @@ TEST_F(ShortcutSettingsTest, ARecordedKeyIsTriedUntilOneIsTaken) {
     settings.accept({36, command});
     EXPECT_EQ(settings.message(), texts::duplicateBinding) << "⌘Enter saves already";
     settings.accept({15, command, true});  // auto-repeat: ignored
-    settings.accept({15, command | 1u << 16});
+    settings.accept({15, event_modifier::control | event_modifier::option | event_modifier::shift | command | 1u << 16});
     settings.accept({15, event_modifier::control});  // idle again: ignored
-    EXPECT_EQ(settings.bindings().returnToReading, BriselKeyBinding({15, 0x0100})) << "Caps Lock dropped";
+    EXPECT_EQ(settings.bindings().returnToReading, BriselKeyBinding({15, 0x1B00})) << "the four modifiers, Caps Lock dropped";
     EXPECT_EQ(calls, (Calls{"recording", "recording", "asked", savedAndStored, "idle"}));
 }
 
