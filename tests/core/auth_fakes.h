@@ -67,7 +67,6 @@ struct AuthHarness {
     FakeAppleSignIn apple;
     FakeGoogleSignIn google;
     int windowsLeft = 100;  // how many more times the reader panel answers the anchor
-    int generations = 0;
     std::unique_ptr<BriselNativeAuth> auth;
 
     explicit AuthHarness(bool withApple = true, bool withGoogle = true) {
@@ -75,7 +74,7 @@ struct AuthHarness {
         auth = std::make_unique<BriselNativeAuth>(
             BriselNativeAuthPorts{[this] { return webViewAlive ? WebViewReference{&webView, &nativeWebView} : WebViewReference(); },
                                   configuration, withApple ? &apple : nullptr, withGoogle ? &google : nullptr,
-                                  [this] { return windowsLeft-- > 0; }, [this] { return "generation-" + std::to_string(++generations); }},
+                                  [this] { return windowsLeft-- > 0; }, [n = 0]() mutable { return "generation-" + std::to_string(++n); }},
             "http://127.0.0.1:47831");
     }
 

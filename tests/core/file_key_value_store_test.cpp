@@ -19,15 +19,12 @@ std::vector<std::string> namesIn(const std::filesystem::path& folder) {
     return names;
 }
 
-TEST(FileKeyValueStore, LivesUnderAnAbsoluteXDGConfigHomeOrDotConfig) {
+TEST(FileKeyValueStore, LivesUnderTheXDGConfigFolderAndKeepsEachKeyPrivatelyInAFileOfItsOwn) {
     using Folder = std::optional<std::filesystem::path>;
     EXPECT_EQ(FileKeyValueStore::userFolder("/x/config", "/home/reader"), Folder("/x/config/Brisel"));
     EXPECT_EQ(FileKeyValueStore::userFolder("relative", "/home/reader"), Folder("/home/reader/.config/Brisel"));
     EXPECT_EQ(FileKeyValueStore::userFolder(nullptr, "/home/reader"), Folder("/home/reader/.config/Brisel"));
     EXPECT_EQ(FileKeyValueStore::userFolder("", "relative"), std::nullopt);
-}
-
-TEST(FileKeyValueStore, KeepsEachKeyPrivatelyInAFileOfItsOwnAndReplacesItWholly) {
     TempDir dir;
     FileKeyValueStore store(dir / "config/Brisel");
     EXPECT_EQ(store.get(key), std::nullopt) << "nothing stored, not even a folder";

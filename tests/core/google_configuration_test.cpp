@@ -10,7 +10,7 @@ namespace {
 
 using nlohmann::json;
 
-TEST(GoogleConfiguration, NeedsBothClientIDsFilledInAndTheRedirectSchemeRegistered) {
+TEST(SignInConfiguration, GoogleNeedsBothClientIDsAndItsRedirectSchemeAppleAYesOrTrue) {
     const struct { json change; bool configured; const char* why; } rows[] = {  // a null removes the key
         {json::object(), true, "the complete configuration"},
         {{{"CFBundleURLTypes", {"x", {{"CFBundleURLSchemes", {7, testing::validRedirectScheme}}}}}}, true,
@@ -35,9 +35,6 @@ TEST(GoogleConfiguration, NeedsBothClientIDsFilledInAndTheRedirectSchemeRegister
     testing::writeFile(folder / "broken.json", "{\"BriselGoogleClientID\":");
     EXPECT_TRUE(googleConfiguration(JsonConfigurationValues::fromFile(folder / "Info.json")));
     EXPECT_FALSE(googleConfiguration(JsonConfigurationValues::fromFile(folder / "broken.json")));
-}
-
-TEST(AppleSignInEnabled, ReadsYesInAnyCaseOrABooleanTrue) {
     for (const auto& [value, enabled] : std::vector<std::pair<json, bool>>{
              {"yes", true}, {true, true}, {"ye\xC5\xBF", true},  // Foundation upper-cases ſ to S
              {"1", false}, {false, false}, {" YES", false}, {nullptr, false}}) {

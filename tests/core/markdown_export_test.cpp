@@ -46,8 +46,9 @@ struct ExportHarness {
     }
 };
 
-TEST(MarkdownExport, SavesTheArchiveOverWhatWasThereAndTellsOnlyTheLocalPage) {
-    ExportHarness h;
+struct MarkdownExportTest : ::testing::Test { ExportHarness h; };
+
+TEST_F(MarkdownExportTest, SavesTheArchiveOverWhatWasThereAndTellsOnlyTheLocalPage) {
     testing::writeFile(h.folder / "notes.zip", "an older export, longer than a few bytes of this one");
     EXPECT_TRUE(h.postExport());
     EXPECT_EQ(h.savePanel.sheets.at(0).suggestedFileName, testing::exportFileName);
@@ -92,8 +93,7 @@ TEST(MarkdownExport, EveryWayAnExportEndsGivesExactlyOneResult) {
     }
 }
 
-TEST(MarkdownExport, OneExportAtATimeAndOnlyTheNewestSheetSpeaks) {
-    ExportHarness h;
+TEST_F(MarkdownExportTest, OneExportAtATimeAndOnlyTheNewestSheetSpeaks) {
     h.savePanel.completesWhenCancelled = false;
     h.postExport();
     EXPECT_TRUE(h.postExport(otherId));
@@ -110,8 +110,7 @@ TEST(MarkdownExport, OneExportAtATimeAndOnlyTheNewestSheetSpeaks) {
                                     result(exportRequestId, "saved")}));
 }
 
-TEST(MarkdownExport, RefusedRequestsAreAnsweredFailedOnlyWhenTheirIdIsAUUID) {
-    ExportHarness h;
+TEST_F(MarkdownExportTest, RefusedRequestsAreAnsweredFailedOnlyWhenTheirIdIsAUUID) {
     h.post(testing::exportBody(testing::encodeBase64(h.archive + "c")));
     h.post(testing::exportBody(testing::encodeBase64(h.archive), "request-1"));
     h.post({{"action", "exportMarkdown"}});  // no id to answer

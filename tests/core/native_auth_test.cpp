@@ -20,6 +20,8 @@ json result(const std::string& requestID, const std::string& provider, const cha
     return {{"requestId", requestID}, {"provider", provider}, {"error", error}};
 }
 
+struct NativeAuthTest : ::testing::Test { AuthHarness h; };
+
 TEST(NativeAuth, ConsumesItsMalformedActionsSilentlyAndLeavesOthersToTheChannel) {
     const struct { json body; bool consumed; const char* why; } rows[] = {
         {{{"action", "authenticate"}, {"requestId", "abc"}, {"provider", apple}}, true, "an id that is no UUID"},
@@ -58,8 +60,7 @@ TEST(NativeAuth, HearsOnlyTheLocalPagesMainFrameInItsOwnWebView) {
     }
 }
 
-TEST(NativeAuth, AppleIsAskedWithTheHashedNonceAndASecondRequestFailsAtOnce) {
-    AuthHarness h;
+TEST_F(NativeAuthTest, AppleIsAskedWithTheHashedNonceAndASecondRequestFailsAtOnce) {
     h.authenticate(apple, firstRequest);
     ASSERT_EQ(h.apple.requests.size(), 1u);
     EXPECT_EQ(h.apple.requests[0].requestedScopes, (std::vector<AppleScope>{AppleScope::email, AppleScope::fullName}));
@@ -84,8 +85,7 @@ TEST(NativeAuth, CancelSignOutAndInvalidateEndTheRequestWithoutAResult) {
     }
 }
 
-TEST(NativeAuth, LateCallbacksOfAnOlderAttemptMissTheNewerOne) {
-    AuthHarness h;
+TEST_F(NativeAuthTest, LateCallbacksOfAnOlderAttemptMissTheNewerOne) {
     h.authenticate(google, firstRequest);
     h.auth->invalidate();
     h.authenticate(apple, secondRequest);
@@ -163,8 +163,7 @@ TEST(NativeAuth, AnUnusableStartAnswersWithoutASheet) {
     }
 }
 
-TEST(NativeAuth, GoogleIsConfiguredAndHearsItsRedirectOnlyWhileItsSheetIsOpen) {
-    AuthHarness h;
+TEST_F(NativeAuthTest, GoogleIsConfiguredAndHearsItsRedirectOnlyWhileItsSheetIsOpen) {
     const std::string redirect = std::string(testing::validRedirectScheme) + ":/oauth2redirect/google?code=1";
     h.authenticate(google, firstRequest);
     EXPECT_EQ(h.google.configurations, (std::vector<GoogleConfiguration>{{testing::validClientID, testing::validServerClientID}}));
@@ -177,8 +176,7 @@ TEST(NativeAuth, GoogleIsConfiguredAndHearsItsRedirectOnlyWhileItsSheetIsOpen) {
     EXPECT_EQ(h.google.handledURLs, (std::vector<std::string>{redirect, redirect}));
 }
 
-TEST(NativeAuth, ResultsReachOnlyTheLocalPageAndArriveThereUnchanged) {
-    AuthHarness h;
+TEST_F(NativeAuthTest, ResultsReachOnlyTheLocalPageAndArriveThereUnchanged) {
     for (int gone = 0; gone < 3; ++gone) {  // to another origin, to no address, the web view itself
         h.authenticate(apple, firstRequest);
         h.webView.url = std::array<std::optional<std::string>, 3>{"https://auth.brisel.app/", {}, local}[gone];
@@ -202,8 +200,7 @@ TEST(NativeAuth, ResultsReachOnlyTheLocalPageAndArriveThereUnchanged) {
     EXPECT_TRUE(testing::runPageCalls(h.webView.calls, elsewhere).details("brisel:auth-result").empty());
 }
 
-TEST(NativeAuth, TheBridgeMayGoWhileASheetIsOpen) {
-    AuthHarness h;
+TEST_F(NativeAuthTest, TheBridgeMayGoWhileASheetIsOpen) {
     h.authenticate(google, firstRequest);
     h.auth.reset();
     h.google.succeed();
