@@ -13,8 +13,6 @@ using nlohmann::json;
 TEST(SignInConfiguration, GoogleNeedsBothClientIDsAndItsRedirectSchemeAppleAYesOrTrue) {
     const struct { json change; bool configured; const char* why; } rows[] = {  // a null removes the key
         {json::object(), true, "the complete configuration"},
-        {{{"CFBundleURLTypes", {"x", {{"CFBundleURLSchemes", {7, testing::validRedirectScheme}}}}}}, true,
-         "ill-typed entries contribute nothing"},
         {{{"BriselGoogleClientID", nullptr}}, false, "no client ID"},
         {{{"BriselGoogleClientID", "$(GOOGLE_CLIENT_ID)"}}, false, "an unexpanded build variable"},
         {{{"BriselGoogleClientID", "YOUR_CLIENT_ID.apps.googleusercontent.com"}}, false, "a template placeholder"},
@@ -29,7 +27,6 @@ TEST(SignInConfiguration, GoogleNeedsBothClientIDsAndItsRedirectSchemeAppleAYesO
         values.merge_patch(row.change);
         EXPECT_EQ(googleConfiguration(JsonConfigurationValues(values)).has_value(), row.configured) << row.why;
     }
-    EXPECT_EQ(reversedClientID(".a..b."), "b.a") << "empty pieces dropped";
     testing::TempDir folder;
     testing::writeFile(folder / "Info.json", testing::signInConfiguration().dump());
     testing::writeFile(folder / "broken.json", "{\"BriselGoogleClientID\":");

@@ -35,9 +35,7 @@ struct FakeKeyValueStore final : KeyValueStorePort {
     bool writesFail = false;
     int writes = 0;
 
-    std::optional<std::string> get(const std::string& key) const override {
-        return values.contains(key) ? std::optional(values.at(key)) : std::nullopt;
-    }
+    std::optional<std::string> get(const std::string& key) const override { return values.contains(key) ? std::optional(values.at(key)) : std::nullopt; }
     bool set(const std::string& key, std::string_view bytes) override {
         ++writes;
         if (!writesFail) values[key] = std::string(bytes);
