@@ -5,7 +5,7 @@
 namespace brisel {
 namespace {
 
-TEST(BriselAuthOrigin, IsAnyHttpsHostOrTheLocalPageAndReadsBackFromItsText) {
+TEST(BriselAuthOrigin, IsAnyHttpsHostOrTheLocalPageReadsBackFromItsTextAndMatchesWebKitsOrigin) {
     // Each URL with the text of the origin it makes, or null when it makes none.
     const struct { const char *url, *origin, *why; } rows[] = {
         {"http://127.0.0.1:47831/app?x=1", "http://127.0.0.1:47831", "the local page"},
@@ -32,9 +32,6 @@ TEST(BriselAuthOrigin, IsAnyHttpsHostOrTheLocalPageAndReadsBackFromItsText) {
         EXPECT_EQ(BriselAuthOrigin::fromURL(origin->string()), origin);
     }
     EXPECT_EQ(BriselAuthOrigin::fromURL("http://127.0.0.1:51234/", 51234)->port, 51234) << "a test's own port";
-}
-
-TEST(BriselAuthOrigin, MatchesWebKitsSecurityOriginWithItsDefaultPorts) {
     const BriselAuthOrigin local{"http", "127.0.0.1", 47831}, secure{"https", "example.com", 443};
     EXPECT_TRUE(local.matches({"http", "127.0.0.1", 47831}));
     EXPECT_FALSE(local.matches({"HTTP", "127.0.0.1", 47831})) << "the protocol is not lower-cased";

@@ -8,9 +8,7 @@ namespace brisel {
 namespace {
 
 using nlohmann::json;
-using testing::encodeBase64;
-using testing::exportBody;
-using testing::zipLikeArchive;
+using namespace testing;
 using Refusal = ExportPayloadRefusal;
 
 Refusal refusalOf(const json& body) { return BriselExportPayload::check(body).refusal; }
@@ -25,7 +23,7 @@ TEST(ExportPayload, RefusesTheFirstBrokenRule) {
         {"extra", true, Refusal::notExactKeys, "a fifth key"},
         {"base64", json(json::value_t::discarded), Refusal::notExactKeys, "a missing key"},
         {"requestId", "5F1B5C2E6A1D4C4B9B7E2F0C1D2E3F40", Refusal::requestId, "a UUID without dashes"},
-        {"requestId", testing::exportRequestId + "\n", Refusal::requestId, "a UUID and a line break"},
+        {"requestId", exportRequestId + "\n", Refusal::requestId, "a UUID and a line break"},
         {"filename", "Brisel-2025010T093000Z.zip", Refusal::filename, "seven digits before T"},
         {"filename", "Brisel-20250101T0930000Z.zip", Refusal::filename, "seven digits after T"},
         {"filename", "brisel-20250101T093000Z.zip", Refusal::filename, "a lower-case prefix"},

@@ -9,7 +9,7 @@
 namespace brisel {
 namespace {
 
-using testing::TempDir;
+using namespace testing;
 
 const std::string key = "brisel.keyboardShortcuts.v1", file = key + ".json";
 
@@ -52,7 +52,7 @@ TEST(FileKeyValueStore, WhatIsNotARegularFileReadsAsNothingAndIsKept) {
     std::filesystem::remove_all(dir / file);
     ASSERT_EQ(::mkfifo((dir / file).c_str(), 0600), 0);
     EXPECT_EQ(store.get(key), std::nullopt) << "a FIFO is refused without waiting";
-    testing::writeFile(dir / "Brisel", "a file where the folder goes");
+    writeFile(dir / "Brisel", "a file where the folder goes");
     EXPECT_FALSE(FileKeyValueStore(dir / "Brisel").set(key, "x"));
 }
 

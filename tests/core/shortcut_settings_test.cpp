@@ -25,12 +25,10 @@ protected:
             calls.push_back(settings.bindings() == candidate ? "asked after publishing" : "asked");
             return veto;
         };
-        settings.onChange = [this] { calls.push_back(settings.message() + (stored() == settings.bindings() ? " stored" : "")); };
+        settings.onChange = [this] {  // told only once the store holds what is published
+            calls.push_back(settings.message() + (decodeShortcutBindings(store.values.at(settings.storageKey)) == settings.bindings() ? " stored" : ""));
+        };
         settings.onRecordingChange = [this](bool on) { calls.push_back(on ? "recording" : "idle"); };
-    }
-    std::optional<BriselShortcutBindings> stored() const {
-        const auto bytes = store.get(BriselShortcutSettings::storageKey);
-        return bytes ? decodeShortcutBindings(*bytes) : std::nullopt;
     }
 
     testing::FakeKeyValueStore store;
