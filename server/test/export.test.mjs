@@ -20,11 +20,10 @@ function readArchive(zip) {
     const [nameLength, local] = [zip.readUInt16LE(at + 28), zip.readUInt32LE(at + 42)];
     assert.deepEqual([zip.readUInt32LE(at), zip.readUInt32LE(local)], [0x02014b50, 0x04034b50]);
     const start = local + 30 + zip.readUInt16LE(local + 26) + zip.readUInt16LE(local + 28);
-    const data = zip.toString('utf8', start, start + zip.readUInt32LE(at + 24));
-    const crc = crc32(Buffer.from(data));
+    const data = zip.subarray(start, start + zip.readUInt32LE(at + 24));
     assert.deepEqual([zip.readUInt16LE(at + 10), zip.readUInt16LE(at + 8) & 0x0800, zip.readUInt32LE(at + 16), zip.readUInt32LE(local + 14)],
-      [0, 0x0800, crc, crc], 'stored, a UTF-8 name, its CRC in both headers');
-    entries.push({ name: zip.toString('utf8', at + 46, at + 46 + nameLength), content: data });
+      [0, 0x0800, crc32(data), crc32(data)], 'stored, a UTF-8 name, its CRC in both headers');
+    entries.push({ name: zip.toString('utf8', at + 46, at + 46 + nameLength), content: data.toString() });
     at += 46 + nameLength + zip.readUInt16LE(at + 30) + zip.readUInt16LE(at + 32);
   }
   return entries;

@@ -32,12 +32,11 @@ struct FakeGoogleSignIn final : GoogleSignInPort {
     std::vector<GoogleConfiguration> configurations;
     std::vector<std::function<void(GoogleSignInOutcome)>> completions;
     std::vector<std::string> handledURLs;
-    bool handleAnswer = true;
     int signOuts = 0;
 
     void setConfiguration(const GoogleConfiguration& configuration) override { configurations.push_back(configuration); }
     void signIn(std::function<void(GoogleSignInOutcome)> completion) override { completions.push_back(std::move(completion)); }
-    bool handle(const std::string& url) override { return handledURLs.push_back(url), handleAnswer; }
+    bool handle(const std::string& url) override { return handledURLs.push_back(url), true; }
     void signOut() override { ++signOuts; }
     void succeed(size_t index = 0) { completions.at(index)({std::nullopt, "google.id.token", "google.access.token"}); }
 };
@@ -67,7 +66,6 @@ struct AuthHarness {
     FakeAppleSignIn apple;
     FakeGoogleSignIn google;
     int windowsLeft = 100;  // how many more times the reader panel answers the anchor
-    int generations = 0;
     std::unique_ptr<BriselNativeAuth> auth;
 
     explicit AuthHarness(bool withApple = true, bool withGoogle = true) {
@@ -75,7 +73,7 @@ struct AuthHarness {
         auth = std::make_unique<BriselNativeAuth>(
             BriselNativeAuthPorts{[this] { return webViewAlive ? WebViewReference{&webView, &nativeWebView} : WebViewReference(); },
                                   configuration, withApple ? &apple : nullptr, withGoogle ? &google : nullptr,
-                                  [this] { return windowsLeft-- > 0; }, [this] { return "generation-" + std::to_string(++generations); }},
+                                  [this] { return windowsLeft-- > 0; }, [n = 0]() mutable { return "generation-" + std::to_string(++n); }},
             "http://127.0.0.1:47831");
     }
 
@@ -88,7 +86,6 @@ struct AuthHarness {
         return send(std::move(body));
     }
 
-    // The details the bridge sent, as the result calls carry them.
     std::vector<nlohmann::json> results() const {
         std::vector<nlohmann::json> details;
         for (const auto& call : webView.calls) details.push_back(call.arguments.at("detail"));

@@ -14,7 +14,6 @@ inline const std::string exportFileName = "Brisel-20250101T093000Z.zip";
 inline std::string encodeBase64(const std::string& bytes) {
     static constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string text;
-    text.reserve((bytes.size() + 2) / 3 * 4);
     for (size_t i = 0; i < bytes.size(); i += 3) {
         uint32_t group = uint8_t(bytes[i]) << 16;
         if (i + 1 < bytes.size()) group |= uint8_t(bytes[i + 1]) << 8;
@@ -24,9 +23,8 @@ inline std::string encodeBase64(const std::string& bytes) {
     return text;
 }
 
-// `size` bytes shaped like a ZIP archive as far as the export looks: a local file header at the
-// start, an end-of-central-directory record exactly 22 bytes before the end, varied bytes
-// between. Needs at least 26 bytes.
+// `size` (at least 26) varied bytes shaped like a ZIP archive as far as the export looks: a local
+// file header first, an end-of-central-directory record exactly 22 bytes before the end.
 inline std::string zipLikeArchive(size_t size) {
     std::string bytes(size, '\0');
     for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 2654435761u) >> 13);

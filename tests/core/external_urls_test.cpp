@@ -13,7 +13,6 @@ TEST(ExternalUrls, OnlyTheSignInPageAndThePaymentPagesOpen) {
     const std::string store = "https://" + std::string(appStoreHost) + "/account/subscriptions";
     const struct { std::string url; bool signIn, billing; const char* why; } rows[] = {
         {connect + "eyJ0b2tlbiI6IjEyMyJ9", true, false, "the connect link"},
-        {connect, true, false, "an empty value is the page's business"},
         {connect + "a%2Fb&c=d/e?f", true, false, "any URL text in the fragment"},
         {connect + std::string(299 - connect.size(), 'a'), true, false, "299 characters"},
         {connect + std::string(300 - connect.size(), 'a'), false, false, "300 characters"},
@@ -31,14 +30,11 @@ TEST(ExternalUrls, OnlyTheSignInPageAndThePaymentPagesOpen) {
         {"https://" + portal + "/p/session/test_YWNjdF8x?locale=ja", false, true, "the billing portal"},
         {"https://" + checkout + ":443/c/pay/1", false, true, "443 written out"},
         {"https://" + checkout + ":8443/c/pay/1", false, false, "another port"},
-        {"https://" + checkout + ":99999/", false, false, "no port at all"},
         {"http://" + checkout + "/c/pay/1", false, false, "http"},
         {"https://user@" + checkout + "/c/pay/1", false, false, "a user"},
         {"https://" + checkout + ".evil.example/", false, false, "the host as a prefix"},
         {store, false, true, "the App Store's subscriptions"},
         {store + "?", false, false, "an App Store address with anything more"},
-        {"https://" + std::string(appStoreHost) + "/Account/Subscriptions", false, false, "another case"},
-        {"", false, false, "nothing"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);

@@ -9,7 +9,7 @@
 namespace brisel {
 namespace {
 
-using testing::TempDir;
+using namespace testing;
 
 const std::string key = "brisel.keyboardShortcuts.v1", file = key + ".json";
 
@@ -19,20 +19,12 @@ std::vector<std::string> namesIn(const std::filesystem::path& folder) {
     return names;
 }
 
-mode_t modeOf(const std::filesystem::path& path) {
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 0777 : 0;
-}
-
-TEST(FileKeyValueStore, LivesUnderAnAbsoluteXDGConfigHomeOrDotConfig) {
+TEST(FileKeyValueStore, LivesUnderTheXDGConfigFolderAndKeepsEachKeyPrivatelyInAFileOfItsOwn) {
     using Folder = std::optional<std::filesystem::path>;
     EXPECT_EQ(FileKeyValueStore::userFolder("/x/config", "/home/reader"), Folder("/x/config/Brisel"));
     EXPECT_EQ(FileKeyValueStore::userFolder("relative", "/home/reader"), Folder("/home/reader/.config/Brisel"));
     EXPECT_EQ(FileKeyValueStore::userFolder(nullptr, "/home/reader"), Folder("/home/reader/.config/Brisel"));
     EXPECT_EQ(FileKeyValueStore::userFolder("", "relative"), std::nullopt);
-}
-
-TEST(FileKeyValueStore, KeepsEachKeyPrivatelyInAFileOfItsOwnAndReplacesItWholly) {
     TempDir dir;
     FileKeyValueStore store(dir / "config/Brisel");
     EXPECT_EQ(store.get(key), std::nullopt) << "nothing stored, not even a folder";
@@ -40,8 +32,8 @@ TEST(FileKeyValueStore, KeepsEachKeyPrivatelyInAFileOfItsOwnAndReplacesItWholly)
     ASSERT_TRUE(store.set(key, std::string("\0\xff\n{", 4)));
     EXPECT_EQ(store.get(key), std::string("\0\xff\n{", 4));
     EXPECT_EQ(namesIn(dir / "config/Brisel"), std::vector<std::string>{file}) << "no temporary file";
-    EXPECT_EQ(modeOf(dir / "config/Brisel"), 0700u);
-    EXPECT_EQ(modeOf(dir / "config/Brisel" / file), 0600u);
+    EXPECT_EQ(std::filesystem::status(dir / "config/Brisel").permissions(), std::filesystem::perms(0700));
+    EXPECT_EQ(std::filesystem::status(dir / "config/Brisel" / file).permissions(), std::filesystem::perms(0600));
     for (const std::string& refused : std::vector<std::string>{"", ".hidden", "..", "../escape", "a/b", {"a\0b", 3}}) {
         EXPECT_EQ(store.fileFor(refused), std::nullopt) << refused;
         EXPECT_FALSE(store.set(refused, "x")) << refused;
@@ -60,7 +52,7 @@ TEST(FileKeyValueStore, WhatIsNotARegularFileReadsAsNothingAndIsKept) {
     std::filesystem::remove_all(dir / file);
     ASSERT_EQ(::mkfifo((dir / file).c_str(), 0600), 0);
     EXPECT_EQ(store.get(key), std::nullopt) << "a FIFO is refused without waiting";
-    testing::writeFile(dir / "Brisel", "a file where the folder goes");
+    writeFile(dir / "Brisel", "a file where the folder goes");
     EXPECT_FALSE(FileKeyValueStore(dir / "Brisel").set(key, "x"));
 }
 

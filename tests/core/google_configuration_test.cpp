@@ -10,11 +10,9 @@ namespace {
 
 using nlohmann::json;
 
-TEST(GoogleConfiguration, NeedsBothClientIDsFilledInAndTheRedirectSchemeRegistered) {
+TEST(SignInConfiguration, GoogleNeedsBothClientIDsAndItsRedirectSchemeAppleAYesOrTrue) {
     const struct { json change; bool configured; const char* why; } rows[] = {  // a null removes the key
         {json::object(), true, "the complete configuration"},
-        {{{"CFBundleURLTypes", {"x", {{"CFBundleURLSchemes", {7, testing::validRedirectScheme}}}}}}, true,
-         "ill-typed entries contribute nothing"},
         {{{"BriselGoogleClientID", nullptr}}, false, "no client ID"},
         {{{"BriselGoogleClientID", "$(GOOGLE_CLIENT_ID)"}}, false, "an unexpanded build variable"},
         {{{"BriselGoogleClientID", "YOUR_CLIENT_ID.apps.googleusercontent.com"}}, false, "a template placeholder"},
@@ -29,15 +27,11 @@ TEST(GoogleConfiguration, NeedsBothClientIDsFilledInAndTheRedirectSchemeRegister
         values.merge_patch(row.change);
         EXPECT_EQ(googleConfiguration(JsonConfigurationValues(values)).has_value(), row.configured) << row.why;
     }
-    EXPECT_EQ(reversedClientID(".a..b."), "b.a") << "empty pieces dropped";
     testing::TempDir folder;
     testing::writeFile(folder / "Info.json", testing::signInConfiguration().dump());
     testing::writeFile(folder / "broken.json", "{\"BriselGoogleClientID\":");
     EXPECT_TRUE(googleConfiguration(JsonConfigurationValues::fromFile(folder / "Info.json")));
     EXPECT_FALSE(googleConfiguration(JsonConfigurationValues::fromFile(folder / "broken.json")));
-}
-
-TEST(AppleSignInEnabled, ReadsYesInAnyCaseOrABooleanTrue) {
     for (const auto& [value, enabled] : std::vector<std::pair<json, bool>>{
              {"yes", true}, {true, true}, {"ye\xC5\xBF", true},  // Foundation upper-cases ſ to S
              {"1", false}, {false, false}, {" YES", false}, {nullptr, false}}) {

@@ -19,21 +19,12 @@ constexpr uint32_t K = 40, Q = 12, Return = 36, Space = 49, Esc = 53;
 
 std::optional<std::string> message(const char* text) { return text ? std::optional<std::string>(text) : std::nullopt; }
 
-TEST(KeyBinding, FromAnEventKeepsTheKeyCodeAndOnlyTheFourModifiers) {
-    for (const auto& [flags, modifiers] : std::vector<std::pair<uint64_t, uint32_t>>{
-             {event_modifier::command | 1u << 16, cmd}, {event_modifier::shift | 1u << 23, shift},
-             {event_modifier::option | 0xFFFF, opt}, {event_modifier::control, ctrl}}) {
-        EXPECT_EQ(BriselKeyBinding::fromEvent({122, flags}), BriselKeyBinding({122, modifiers})) << flags;
-    }
-}
-
 TEST(KeyBinding, LabelAndPageValueFollowTheLayoutWhileTheCodeStaysThePhysicalKey) {
-    const FakeKeyboardLayout us = FakeKeyboardLayout::us(), none;
+    const FakeKeyboardLayout us = FakeKeyboardLayout::us();
     FakeKeyboardLayout odd;  // AZERTY's A on Q and é on 2, and what no layout can change
     odd.typed = {{Q, u"a"}, {19, u"é"}, {Return, u"x"}, {Space, u"y"}, {Esc, u"z"}, {38, u"xy"}, {37, u"L"}};
     const struct { const FakeKeyboardLayout& layout; BriselKeyBinding binding; const char *code, *key, *label, *why; } rows[] = {
         {us, {0, ctrl | opt | shift | cmd}, "KeyA", "a", "⌃⌥⇧⌘A", "control, option, shift, command, then the key"},
-        {us, {22, cmd}, "Digit6", "6", "⌘6", "key code 22 is the 6 (and 23 the 5)"},
         {odd, {Q, opt | cmd}, "KeyQ", "a", "⌥⌘A", "the layout names the key"},
         {odd, {19, cmd}, "Digit2", "é", "⌘É", "upper case beyond ASCII"},
         {odd, {Return, cmd}, "Enter", "Enter", "⌘Enter", "Return ignores the layout"},
@@ -41,8 +32,6 @@ TEST(KeyBinding, LabelAndPageValueFollowTheLayoutWhileTheCodeStaysThePhysicalKey
         {odd, {38, cmd}, "KeyJ", "j", "⌘J", "two typed units fall back to the table"},
         {odd, {15, cmd}, "KeyR", "r", "⌘R", "no translation falls back to the table"},
         {odd, {37, cmd}, "KeyL", "l", "⌘L", "one typed unit, lowered"},
-        {us, {10, cmd}, "", "§", "⌘§", "outside the table: only the layout's character"},
-        {none, {10, opt}, "", "", "⌥", "outside the table, untranslated: nothing"},
     };
     for (const auto& row : rows) {
         const uint32_t modifiers = row.binding.modifiers;
@@ -58,7 +47,6 @@ TEST(KeyBinding, LabelAndPageValueFollowTheLayoutWhileTheCodeStaysThePhysicalKey
 TEST(ShortcutValidation, EachRuleInItsOrder) {
     const struct { Action action; BriselKeyBinding binding; const char *expected, *why; } rows[] = {
         {Action::returnToReading, {Esc, 0}, nullptr, "Esc alone returns to reading"},
-        {Action::capture, {96, opt | cmd}, texts::keyOutsideTable, "F5 is outside the table"},
         {Action::returnToReading, {10, 0}, texts::keyOutsideTable, "the table comes before the Esc rule"},
         {Action::returnToReading, {Esc, 0x0400}, texts::keyOutsideTable, "a foreign modifier bit, even on Esc"},
         {Action::returnToReading, {Esc, shift}, texts::needsCommandOrControl, "Esc with a modifier"},
@@ -72,11 +60,9 @@ TEST(ShortcutValidation, EachRuleInItsOrder) {
         {Action::capture, {8, opt | cmd}, nullptr, "editing keys are reserved with ⌘ alone"},
         {Action::saveAndReturn, {8, cmd}, texts::reservedByMac, "⌘C copies"},
         {Action::saveAndReturn, {Space, cmd}, texts::reservedByMac, "⌘Space is Spotlight, before the Space rule"},
-        {Action::saveAndReturn, {15, cmd}, nullptr, "⌘R is free"},
         {Action::saveAndReturn, {23, shift | cmd}, texts::reservedByMac, "⇧⌘5 takes screenshots"},
         {Action::saveAndReturn, {22, shift | cmd}, nullptr, "⇧⌘6 is free"},
         {Action::capture, {Space, ctrl | opt}, texts::reservedForInputSwitching, "Space with other modifiers"},
-        {Action::saveAndReturn, {Space, ctrl | cmd}, texts::reservedForInputSwitching, "before the screen lock"},
         {Action::saveAndReturn, {Q, ctrl | cmd}, texts::reservedForScreenLock, "⌃⌘Q locks the screen"},
         {Action::saveAndReturn, {K, ctrl | cmd}, nullptr, "⌃⌘ with another key"},
         {Action::saveAndReturn, {Q, ctrl | opt | cmd}, nullptr, "only exactly ⌃⌘"},
@@ -91,7 +77,6 @@ TEST(ShortcutValidation, TheWholeSetChecksEachBindingFirstThenDuplicates) {
         {{saveKey, saveKey, esc}, texts::captureNeedsSecondModifier, "own error before the duplicate"},
         {{captureKey, {8, cmd}, {K, 0}}, texts::reservedByMac, "save is checked before return"},
         {{captureKey, saveKey, captureKey}, texts::duplicateBinding, "capture and return"},
-        {{{Return, opt | cmd}, {Return, opt | cmd}, esc}, texts::duplicateBinding, "capture and save"},
         {{captureKey, {K, cmd}, {K, cmd}}, texts::duplicateBinding, "save and return"},
         {{captureKey, {K, cmd}, {K, ctrl}}, nullptr, "one key under other modifiers"},
     };
