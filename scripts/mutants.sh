@@ -9,7 +9,7 @@
 # otherwise; "does not build" when it breaks the build, which leaves it out of the score. A test that fails without any fault is flaky on this machine
 # and judges nothing for the rest of the run; the summary names it. The tree is put back on exit
 # and on interrupt, and a file a killed run left behind is put back by the next run.
-# Not part of CI: a full run takes half an hour or more on two cores.
+# Not part of CI: a full run takes a quarter of an hour or more on two cores.
 #
 #   scripts/mutants.sh           every fault, then the score
 #   scripts/mutants.sh 3 17      only faults 3 and 17

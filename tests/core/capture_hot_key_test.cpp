@@ -11,6 +11,7 @@
 
 #include "core/shortcut_fakes.h"
 #include "fakes/virtual_main_queue.h"
+#include "shortcuts/shortcut_texts.h"
 
 namespace brisel {
 namespace {
@@ -56,8 +57,8 @@ TEST(CaptureHotKey, LaunchRegistersTheCaptureKeyOrSaysWhyNot) {
     EXPECT_EQ(taken.settings.message(), kTaken);
     EXPECT_EQ(taken.hotKey->shortcutError(), kTaken);
     Launched noHandler([](auto& hotKeys) { hotKeys.installStatus = -50; });
-    EXPECT_EQ(noHandler.hotKey->shortcutError(), "ショートカットを登録できませんでした。Briselのボタンから取得できます。");
-    EXPECT_EQ(noHandler.hotKey->replaceCaptureShortcut(controlCommandJ), "ショートカットを登録できません。Briselを開き直してください。");
+    EXPECT_EQ(noHandler.hotKey->shortcutError(), shortcut_texts::hotKeyHandlerNotInstalled);
+    EXPECT_EQ(noHandler.hotKey->replaceCaptureShortcut(controlCommandJ), shortcut_texts::hotKeyHandlerMissing);
     EXPECT_EQ(noHandler.hotKeys.calls, Calls{"install"});
 }
 
